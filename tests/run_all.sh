@@ -1,0 +1,37 @@
+#!/usr/bin/env bash
+# Builds Tarnovelle and runs every test twice: a normal build, then a build
+# with AddressSanitizer and UndefinedBehaviorSanitizer. Installs the Debian
+# packages it needs first (run as root on a fresh Debian 12 machine).
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+packages=(build-essential cmake pkg-config googletest libgtest-dev libgmock-dev
+          libbenchmark-dev libpugixml-dev libcctz-dev tzdata libcli11-dev)
+missing=()
+for p in "${packages[@]}"; do
+  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
+done
+if [ ${#missing[@]} -gt 0 ]; then
+  if [ "$(id -u)" -ne 0 ]; then
+    echo "missing packages: ${missing[*]} (run as root to install them)" >&2
+    exit 1
+  fi
+  apt-get update -qq
+  DEBIAN_FRONTEND=noninteractive apt-get install -y -qq "${missing[@]}" >/dev/null
+fi
+
+jobs=$(nproc)
+
+echo "== normal build"
+cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+cmake --build build -j"$jobs"
+(cd build && ctest --output-on-failure -j"$jobs")
+
+echo "== sanitizer build (address, undefined)"
+cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=Debug -DTARNOVELLE_SANITIZE=ON \
+      -DTARNOVELLE_BUILD_BENCH=OFF >/dev/null
+cmake --build build-asan -j"$jobs"
+export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1:halt_on_error=1
+export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
+export TNVL_CONSUMER_FLAGS="-fsanitize=address,undefined"
+(cd build-asan && ctest --output-on-failure -j"$jobs")
