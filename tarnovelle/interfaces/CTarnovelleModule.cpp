@@ -28,10 +28,9 @@ std::string CurrentLocalTimeKey() {
     tzd_disposezone(zone);
     if (result != 0) {
         // No zone to be had: the time stays in UTC rather than the entry being lost.
-        const std::string utc = now.Format("%m/%d/%Y_%H:%M:%S");
-        return utc;
+        return now.Format("%m/%d/%Y_%H:%M:%S");
     }
-    char key[32];
+    char key[64];
     std::snprintf(key, sizeof(key), "%02u/%02u/%04u_%02u:%02u:%02u", unsigned{local.tzd_month},
                   unsigned{local.tzd_mday}, unsigned{local.tzd_year}, unsigned{local.tzd_hour},
                   unsigned{local.tzd_min}, unsigned{local.tzd_sec});
