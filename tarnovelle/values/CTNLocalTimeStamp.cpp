@@ -150,7 +150,9 @@ CTNLocalTimeStamp CTNUTCTimeStamp::ToLocalTime(const CTNTimeZoneInformation& zon
 
 CTNUTCTimeStamp CTNLocalTimeStamp::ToUTCTime() const {
     int64_t seconds = 0;
-    tzd_maketime(&seconds, m_timeZone.GetZoneData(), &m_time);
+    // A record the zone library cannot place (no month, no day, no zone) has
+    // no instant.
+    if (tzd_maketime(&seconds, m_timeZone.GetZoneData(), &m_time) != 0) return CTNUTCTimeStamp::InvalidTS();
     // The seconds go into the span as 32 bits; the clamping addition makes an
     // invalid millisecond InvalidTS.
     return CTNUTCTimeStamp::CreateUTCTimeStamp1970() +

@@ -56,7 +56,8 @@ public:
 
     // The wall-clock reading as seconds, the inverse of CreateLocalTimeStamp.
     uint32_t GetSecondsSince1970() const;
-    // The instant; InvalidTS for an invalid millisecond.
+    // The instant; InvalidTS for an invalid millisecond and for a record the
+    // zone library cannot place (day or month 0, unknown zone).
     CTNUTCTimeStamp ToUTCTime() const;
     // Year to second of the record as an OLE date; the milliseconds are lost.
     // 0.0 when the fields are no calendar time.
