@@ -10,40 +10,20 @@
 #include <vector>
 
 #include "tarnovelle/interfaces/TNApplicationLog.h"
+#include <functional>
 #include "tarnovelle/support/CTNFakeClock.h"
 #include "tarnovelle/support/CTarnovelleException.h"
 #include "tarnovelle/support/TNLastError.h"
 #include "tests/support/TNChildProcess.h"
+#include "tests/support/TNLogCapture.h"
 #include "tests/support/TNTestDir.h"
 
 namespace {
 
-// Collects what reaches the application object's error log.
-std::mutex g_logMutex;
-std::vector<std::pair<std::string, std::string>> g_log;
-
-void CaptureLog(const std::string& category, const std::string& text) {
-    std::lock_guard<std::mutex> lock(g_logMutex);
-    g_log.emplace_back(category, text);
-}
-
 class CTarnovelleFileTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        g_log.clear();
-        m_previous = TNSetApplicationLog(&CaptureLog);
-    }
-    void TearDown() override { TNSetApplicationLog(m_previous); }
-
-    static std::vector<std::string> Entries(const std::string& category) {
-        std::lock_guard<std::mutex> lock(g_logMutex);
-        std::vector<std::string> out;
-        for (auto& [c, t] : g_log)
-            if (c == category) out.push_back(t);
-        return out;
-    }
-
-    TNLogErrorFunction m_previous = nullptr;
+    std::vector<std::string> Entries(const std::string& category) const { return m_log.Entries(category); }
+    TNLogCapture m_log;
 };
 
 // The real clock, with every sleep recorded.
@@ -123,7 +103,7 @@ TEST_F(CTarnovelleFileTest, ReadOpensLogReadLinesAndWriteOpensLogWriteLines) {
     EXPECT_EQ(failed[0].rfind("Read  = '", 0), 0u) << failed[0];
     EXPECT_EQ(failed[0].back(), '\'');
 
-    g_log.clear();
+    m_log.Clear();
     CTarnovelleFile writer;
     EXPECT_EQ(writer.Open((dir / "none/b").c_str(), 0x3001), 0);
     failed = Entries("Open failed");
