@@ -113,6 +113,9 @@ int tzd_maketime(int64_t* seconds, tzd_zonedata zone, const tzd_time* record) {
     if (seconds == nullptr) return -1;
     *seconds = 0;
     if (record == nullptr || zone == nullptr) return -1;
+    // Hours, minutes and seconds past their range roll over as on a clock,
+    // but a record without a month or a day is no calendar time at all.
+    if (record->tzd_month < 1 || record->tzd_month > 12 || record->tzd_mday == 0) return -1;
     const cctz::civil_second wall(record->tzd_year, record->tzd_month, record->tzd_mday, record->tzd_hour,
                                   record->tzd_min, record->tzd_sec);
     const cctz::time_zone::civil_lookup found = zone->zone.lookup(wall);

@@ -78,5 +78,6 @@ TNVL_EXPORT const char* tzd_getname(tzd_zonedata zone);
 // daylight-saving fields. Returns 0, or -1 for a null zone or record.
 TNVL_EXPORT int tzd_localtime(tzd_time* record, tzd_zonedata zone, int64_t seconds);
 // The instant of the wall-clock time in `record` in the zone. Returns 0, or -1
-// (seconds set to 0) for a null zone, record or output.
+// (seconds set to 0) for a null zone, record or output, and for a record whose
+// month is not 1 to 12 or whose day is 0.
 TNVL_EXPORT int tzd_maketime(int64_t* seconds, tzd_zonedata zone, const tzd_time* record);
