@@ -5,9 +5,9 @@
 #include "tarnovelle/interfaces/TNApplicationLog.h"
 #include "tarnovelle/support/CTNProfile.h"
 #include "tarnovelle/support/TNProcess.h"
+#include "tarnovelle/values/CTNLocalTimeStamp.h"
 #include "tarnovelle/values/CTNUTCTimeStamp.h"
 #include "tarnovelle/values/SetTarnovelleLanguage.h"
-#include "tarnovelle/values/TNTimeZoneData.h"
 
 namespace {
 
@@ -21,20 +21,7 @@ void LogThroughModule(const std::string& category, const std::string& text) {
 
 // The current time on the machine's wall clock as "%m/%d/%Y_%H:%M:%S".
 std::string CurrentLocalTimeKey() {
-    const CTNUTCTimeStamp now = CTNUTCTimeStamp::GetCurrentUTCTime();
-    tzd_time local{};
-    tzd_zonedata zone = tzd_getzone(nullptr);
-    const int result = tzd_localtime(&local, zone, static_cast<int64_t>(now.GetSecondsSince1970()));
-    tzd_disposezone(zone);
-    if (result != 0) {
-        // No zone to be had: the time stays in UTC rather than the entry being lost.
-        return now.Format("%m/%d/%Y_%H:%M:%S");
-    }
-    char key[64];
-    std::snprintf(key, sizeof(key), "%02u/%02u/%04u_%02u:%02u:%02u", unsigned{local.tzd_month},
-                  unsigned{local.tzd_mday}, unsigned{local.tzd_year}, unsigned{local.tzd_hour},
-                  unsigned{local.tzd_min}, unsigned{local.tzd_sec});
-    return key;
+    return CTNUTCTimeStamp::GetCurrentUTCTime().ToLocalTime().Format("%m/%d/%Y_%H:%M:%S");
 }
 
 // Reads a size setting; below zero it counts as absent and its default is
