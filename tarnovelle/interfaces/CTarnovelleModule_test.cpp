@@ -17,6 +17,8 @@
 #include "tarnovelle/support/CTNFakeClock.h"
 #include "tarnovelle/support/CTNProfile.h"
 #include "tarnovelle/support/CTarnovelleException.h"
+#include "tarnovelle/values/CTarnovelleHelp.h"
+#include "tarnovelle/values/CTarnovelleTextManager.h"
 #include "tests/support/TNTestDir.h"
 
 namespace {
@@ -80,6 +82,14 @@ TEST(CTarnovelleModuleAtLoad, TheModuleExistsAndStartedOnTheDefaultIniFile) {
     EXPECT_EQ(profile.GetProfileInt("ArchiveConfiguration", "MininumArchiveSize", -1), 10);
     EXPECT_EQ(profile.GetProfileInt("ArchiveConfiguration", "MininumArchiveSizePerDevice", -1), 5);
     EXPECT_EQ(profile.GetProfileInt("ErrorLog", "CTarnovelleException", -1), 1);
+}
+
+TEST(CTarnovelleModuleAtLoad, TheStartUpChoseTheLanguageAndItsHelpFile) {
+    EXPECT_EQ(CTarnovelleTextManager::GetLanguageModule(), &STNStringTable::English());
+    EXPECT_EQ(CTarnovelleTextManager::GetText(CT_VOLTAGE), "Voltage");
+    const std::string help = CTarnovelleHelp::GetHelpFilePath();
+    ASSERT_GE(help.size(), 8u);
+    EXPECT_EQ(help.substr(help.size() - 8), "_en.html");
 }
 
 TEST_F(ModuleTest, StartUpWritesTheDefaultsIntoAnEmptyIniFile) {
