@@ -143,13 +143,15 @@ bool IsRemovableDevice(const std::string& device) {
     return false;
 }
 
-// Looks up the mount of an absolute path: 0 found, else a drive type below 2.
-uint32_t LookUp(const std::string& path, std::vector<SMount>& mounts, const SMount*& mount, std::string& canonical) {
-    if (!ReadMountTable(mounts)) return TN_DRIVE_UNKNOWN;
-    if (!IsAbsoluteLocal(path)) return TN_DRIVE_NO_ROOT_DIR;
+// Finds the mount that holds an absolute path. When there is none, `type`
+// says why: the table can't be read, or the path has no root in it.
+const SMount* LookUp(const std::string& path, std::vector<SMount>& mounts, std::string& canonical, uint32_t& type) {
+    type = TN_DRIVE_UNKNOWN;
+    if (!ReadMountTable(mounts)) return nullptr;
+    type = TN_DRIVE_NO_ROOT_DIR;
+    if (!IsAbsoluteLocal(path)) return nullptr;
     canonical = Canonical(path);
-    mount = FindMount(mounts, canonical);
-    return mount ? 0u : static_cast<uint32_t>(TN_DRIVE_NO_ROOT_DIR);
+    return FindMount(mounts, canonical);
 }
 
 }  // namespace
@@ -163,10 +165,9 @@ void TNSetMountTableSource(const char* path) try {
 
 uint32_t GetDriveTypeText(const std::string& path, std::string& text) try {
     std::vector<SMount> mounts;
-    const SMount* mount = nullptr;
     std::string canonical;
-    uint32_t type = LookUp(path, mounts, mount, canonical);
-    if (mount) {
+    uint32_t type;
+    if (const SMount* mount = LookUp(path, mounts, canonical, type)) {
         const std::string& fs = mount->fsType;
         if (IsRemote(fs)) type = TN_DRIVE_REMOTE;
         else if (fs == "iso9660" || fs == "udf") type = TN_DRIVE_CDROM;
@@ -191,10 +192,10 @@ uint32_t GetDriveTypeText(const std::string& path, std::string& text) try {
 
 uint32_t GetNetConnectionText(const std::string& path, std::string& text) try {
     std::vector<SMount> mounts;
-    const SMount* mount = nullptr;
     std::string canonical;
-    const uint32_t found = LookUp(path, mounts, mount, canonical);
-    if (found == TN_DRIVE_UNKNOWN) {
+    uint32_t type;
+    const SMount* mount = LookUp(path, mounts, canonical, type);
+    if (type == TN_DRIVE_UNKNOWN) {
         text = "ERROR_NO_NETWORK - The mount table can't be read.";
         return TN_ERROR_NO_NETWORK;
     }
@@ -227,10 +228,10 @@ bool GetComputerNameText(std::string& text) try {
 std::string ConvertToNetworkPath(const std::string& path) {
     try {
         std::vector<SMount> mounts;
-        const SMount* mount = nullptr;
         std::string canonical;
-        if (LookUp(path, mounts, mount, canonical) != 0) return path;
-        if (!IsCifs(mount->fsType) && !IsNfs(mount->fsType)) return path;
+        uint32_t type;
+        const SMount* mount = LookUp(path, mounts, canonical, type);
+        if (!mount || (!IsCifs(mount->fsType) && !IsNfs(mount->fsType))) return path;
         const std::string rest = mount->mountPoint == "/" ? canonical : canonical.substr(mount->mountPoint.size());
         return JoinPath(RemoteName(*mount), rest);
     } catch (...) {

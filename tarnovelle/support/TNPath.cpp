@@ -1,8 +1,6 @@
 #include "tarnovelle/support/TNPath.h"
 
 #include <dirent.h>
-#include <fcntl.h>
-#include <stdio.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -82,8 +80,7 @@ bool IsReadOnly(const std::string& path) {
     return (st.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0;
 }
 
-bool RemoveFileEntry(const std::string& path, EEntryKind kind) {
-    if (kind == EEntryKind::link) return ::unlink(path.c_str()) == 0;
+bool RemoveFileEntry(const std::string& path) {
     const int err = CTNFile::TryRemove(path.c_str());
     return err == 0 || err == ENOENT;
 }
@@ -102,7 +99,7 @@ bool DeleteEntries(const std::string& directory, bool withFiles) try {
             continue;
         }
         const bool removed =
-            entry.kind == EEntryKind::directory ? DeleteDirectory(path) : RemoveFileEntry(path, entry.kind);
+            entry.kind == EEntryKind::directory ? DeleteDirectory(path) : RemoveFileEntry(path);
         if (!removed) result = false;
     }
     return result;
@@ -201,6 +198,8 @@ bool DeleteDirectoryContents(const std::string& directory) { return DeleteEntrie
 
 bool DeleteDirectory(const std::string& directory) try {
     if (!DeleteDirectoryContents(directory)) return false;
+    // A read-only directory is not removed, also where the process could.
+    if (IsReadOnly(directory)) return false;
     return ::rmdir(directory.c_str()) == 0;
 } catch (...) {
     return false;
@@ -221,23 +220,17 @@ int32_t MovePath(const std::string& from, const std::string& to) try {
     struct stat st {};
     if (::lstat(from.c_str(), &st) != 0 || PathExists(to)) return -1;
     CreatePathRecursive(to);
-    if (!S_ISDIR(st.st_mode)) return CTNFile::TryRename(from.c_str(), to.c_str()) == 0 ? 0 : -1;
-    // A directory is never put in the place of another one.
-    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return 0;
-    if (errno != EINVAL && errno != ENOSYS) return -1;
-    return ::rename(from.c_str(), to.c_str()) == 0 ? 0 : -1;  // file system without no-replace
+    // Files are moved only when nobody holds them open; nothing is ever replaced.
+    return CTNFile::TryRename(from.c_str(), to.c_str()) == 0 ? 0 : -1;
 } catch (...) {
     return -1;
 }
 
-int32_t DeleteFilePath(const std::string& path) try {
+int32_t DeleteFilePath(const std::string& path) {
     struct stat st {};
-    if (::lstat(path.c_str(), &st) != 0) return 0;
-    if (S_ISLNK(st.st_mode)) return ::unlink(path.c_str()) == 0 ? 0 : -1;
+    if (::lstat(path.c_str(), &st) != 0) return 0;  // nothing to do
     const int err = CTNFile::TryRemove(path.c_str());
     return (err == 0 || err == ENOENT) ? 0 : -1;
-} catch (...) {
-    return -1;
 }
 
 int32_t DeleteFiles(const std::string& directory, const std::string& mask) try {
