@@ -73,8 +73,12 @@ std::string FullPathOf(const char* path) {
     return std::string(cwd) + "/" + path;
 }
 
+// Records a failed open. An error of the operating system also becomes the
+// thread's last-error value; a share conflict is no such error (the lock is
+// our own emulation), so it leaves that value alone and a caller that waited
+// in vain reads the code of a failed open instead.
 void Fail(CFileException* error, int cause, int err, const char* path) {
-    TNSetLastError(static_cast<uint32_t>(err));
+    if (cause != CFileException::sharingViolation) TNSetLastError(static_cast<uint32_t>(err));
     if (error) {
         error->m_cause = cause;
         error->m_lOsError = err;
