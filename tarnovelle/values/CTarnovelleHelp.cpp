@@ -6,21 +6,32 @@
 
 namespace {
 
-std::mutex g_helpPathMutex;
-std::string g_helpPath;
+// Function-local so that the module's start-up, which runs while the library
+// loads, finds them constructed whatever the order of static initialisation.
+struct SHelpPath {
+    std::mutex mutex;
+    std::string path;
+};
+
+SHelpPath& HelpPath() {
+    static SHelpPath helpPath;
+    return helpPath;
+}
 
 }  // namespace
 
 CTarnovelleHelp::~CTarnovelleHelp() = default;
 
 std::string CTarnovelleHelp::GetHelpFilePath() {
-    std::lock_guard<std::mutex> lock(g_helpPathMutex);
-    return g_helpPath;
+    SHelpPath& h = HelpPath();
+    std::lock_guard<std::mutex> lock(h.mutex);
+    return h.path;
 }
 
 void CTarnovelleHelp::SetHelpFilePath(const std::string& path) {
-    std::lock_guard<std::mutex> lock(g_helpPathMutex);
-    g_helpPath = path;
+    SHelpPath& h = HelpPath();
+    std::lock_guard<std::mutex> lock(h.mutex);
+    h.path = path;
 }
 
 std::string CTarnovelleHelp::GetHelpURL(uint32_t context) {

@@ -18,10 +18,12 @@ std::string LibraryBase() {
 }  // namespace
 
 // Runs first in this program: nothing has chosen a language yet.
-TEST(SetTarnovelleLanguage, BeforeAnyChoiceTheLibrarysOwnGermanTableServes) {
-    EXPECT_EQ(nullptr, CTarnovelleTextManager::GetLanguageModule());
-    EXPECT_EQ("Spannung", CTarnovelleTextManager::GetText(CT_VOLTAGE));
-    EXPECT_EQ("", CTarnovelleHelp::GetHelpFilePath());
+TEST(SetTarnovelleLanguage, TheModulesStartUpAtLoadSelectsEnglish) {
+    // Nothing in this program has chosen a language yet: what is in force is
+    // what the module's start-up chose with the empty text.
+    EXPECT_EQ(&STNStringTable::English(), CTarnovelleTextManager::GetLanguageModule());
+    EXPECT_NE("Spannung", CTarnovelleTextManager::GetText(CT_VOLTAGE));
+    EXPECT_NE("", CTarnovelleHelp::GetHelpFilePath());
 }
 
 TEST(SetTarnovelleLanguage, LibraryPathIsKnown) {
