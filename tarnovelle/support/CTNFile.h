@@ -52,7 +52,7 @@ public:
     // Opens `path`; on failure returns false and fills `error` (if given) with
     // cause, errno and path. Never throws.
     bool Open(const char* path, uint32_t flags, CFileException* error = nullptr);
-    void Close();  // throws CFileException when the close fails or nothing is open
+    void Close();  // throws CFileException when the close fails; closing a closed file does nothing
     void Abort();  // closes, ignoring every error
 
     uint32_t Read(void* buffer, uint32_t count);  // bytes read; short only at the end

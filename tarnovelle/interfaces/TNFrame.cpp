@@ -1,0 +1,41 @@
+#include "tarnovelle/interfaces/internal/TNFrame.h"
+
+#include <new>
+#include <string>
+
+#include "tarnovelle/interfaces/ReportException.h"
+#include "tarnovelle/support/CException.h"
+#include "tarnovelle/support/CMemoryException.h"
+
+namespace {
+
+// A standard-library exception seen as the platform's exception, with the
+// standard library's text.
+class CStandardException final : public CException {
+public:
+    explicit CStandardException(const char* text) : m_text(text ? text : "") {}
+    bool GetErrorMessage(char* buffer, unsigned max) const override { return CopyMessage(m_text.c_str(), buffer, max); }
+
+private:
+    std::string m_text;
+};
+
+}  // namespace
+
+ETarnovelleErrors TNReportCurrentException(const char* function) {
+    try {
+        throw;
+    } catch (CException& e) {
+        ReportException(function, &e);
+    } catch (const std::bad_alloc&) {
+        CMemoryException e;
+        ReportException(function, &e);
+    } catch (const std::exception& s) {
+        CStandardException e(s.what());
+        ReportException(function, &e);
+    } catch (...) {
+        CException e;
+        ReportException(function, &e);
+    }
+    return TNE_FAILED;
+}

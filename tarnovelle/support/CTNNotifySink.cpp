@@ -1,0 +1,3 @@
+#include "tarnovelle/support/CTNNotifySink.h"
+
+CTNNotifySink::~CTNNotifySink() = default;
