@@ -1,0 +1,31 @@
+#include "tarnovelle/values/ETarnovelleErrors.h"
+
+#include <gtest/gtest.h>
+
+#include <type_traits>
+
+TEST(ETarnovelleErrors, EveryResultHasItsNumber) {
+    EXPECT_EQ(TNE_OK, 0u);
+    EXPECT_EQ(TNE_FAILED, 6u);
+    EXPECT_EQ(TNE_OUT_OF_MEMORY, 257u);
+    EXPECT_EQ(TNE_EXCEPTION, 262u);
+    EXPECT_EQ(TNE_FILE_TRUNCATED, 263u);
+    EXPECT_EQ(TNE_FILE_NOT_PARSED, 264u);
+    EXPECT_EQ(TNE_FILE_NOT_WRITTEN, 265u);
+    EXPECT_EQ(TNE_FILE_NOT_OPENED, 266u);
+    EXPECT_EQ(TNE_FILE_GONE, 273u);
+    EXPECT_EQ(TNE_NO_OBJECT, 278u);
+    EXPECT_EQ(TNE_ARCHIVE_FULL, 500u);
+    EXPECT_EQ(TNE_FOLDER_SWITCHED, 501u);
+    EXPECT_EQ(TNE_NO_ACTIVE_FOLDER, 502u);
+    EXPECT_EQ(TNE_ARCHIVE_LOCK_FAILED, 503u);
+    EXPECT_EQ(TNE_ARCHIVE_NOT_LOCKED, 504u);
+    EXPECT_EQ(TNE_THREAD_RUNNING, 506u);
+    EXPECT_EQ(TNE_THREAD_NOT_RUNNING, 507u);
+    EXPECT_EQ(TNE_CONFIGURATION_INVALID, 600u);
+}
+
+TEST(ETarnovelleErrors, IsA32BitResult) {
+    EXPECT_EQ(sizeof(ETarnovelleErrors), 4u);
+    EXPECT_EQ(static_cast<uint32_t>(static_cast<ETarnovelleErrors>(0xFFFFFFFFu)), 0xFFFFFFFFu);
+}
