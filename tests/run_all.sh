@@ -33,5 +33,4 @@ cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=Debug -DTARNOVELLE_SANITIZE=ON \
 cmake --build build-asan -j"$jobs"
 export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1:halt_on_error=1
 export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
-export TNVL_CONSUMER_FLAGS="-fsanitize=address,undefined"
 (cd build-asan && ctest --output-on-failure -j"$jobs")
