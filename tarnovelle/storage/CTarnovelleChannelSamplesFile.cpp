@@ -224,8 +224,8 @@ ETarnovelleErrors CTarnovelleChannelSamplesFile::Open() {
         TarnovelleThrowException(samPath, "CTarnovelleChannelSamplesFile::Open");
     }
     try {
-        m_pFile->Seek(0, 0);
-        // A failed read keeps the file held: the caller still closes.
+        // Read starts from position 0 itself. A failed read keeps the file
+        // held: the caller still closes.
         return Read(*m_pFile);
     } catch (...) {
         CloseQuietly(*m_pFile);
