@@ -599,9 +599,9 @@ TEST(CTarnovelleChannel, ReadingAShortDataFileGivesZeroRecordsBehindItsEnd) {
     uint32_t count = 0;
     ASSERT_EQ(writer.GetArray(0, out, count), TNE_OK);
     ASSERT_EQ(count, 2u);
-    EXPECT_EQ(out[0].m_Value, 5u);
-    EXPECT_EQ(out[1].m_Value, 0u);
-    EXPECT_EQ(out[1].dwTime, 0u);
+    EXPECT_EQ(uint32_t{out[0].m_Value}, 5u);  // copied: packed fields bind no reference
+    EXPECT_EQ(uint32_t{out[1].m_Value}, 0u);
+    EXPECT_EQ(uint32_t{out[1].dwTime}, 0u);
     delete[] out;
 }
 
@@ -803,8 +803,8 @@ TEST(CTarnovelleChannel, UpdateArrayOfRecordsOverwritesInPlace) {
     SBinary_WORD* ow = nullptr;
     uint32_t count = 0;
     ASSERT_EQ(channel.GetArray(0, ow, count), TNE_OK);
-    EXPECT_EQ(ow[0].m_Value, 7);
-    EXPECT_EQ(ow[1].m_Value, 8);
+    EXPECT_EQ(int{ow[0].m_Value}, 7);
+    EXPECT_EQ(int{ow[1].m_Value}, 8);
     delete[] ow;
     SBinary_Text* ot = nullptr;
     ASSERT_EQ(channel.GetArray(1, ot, count), TNE_OK);
