@@ -1,0 +1,3 @@
+#include "tarnovelle/measuring/CTNParameterHistory.h"
+
+CTNParameterHistory::~CTNParameterHistory() = default;

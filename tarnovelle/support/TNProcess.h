@@ -1,0 +1,8 @@
+// The identity of the running process.
+#pragma once
+
+#include <cstdint>
+
+#include "tarnovelle/support/TNExport.h"
+
+TNVL_EXPORT uint32_t TNGetCurrentProcessId();
