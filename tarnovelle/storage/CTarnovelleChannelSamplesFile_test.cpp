@@ -52,6 +52,13 @@ constexpr uint32_t kBase = 946684800;           // 1 January 2000, seconds
 const GUID kGuid = {0x11223344, 0x5566, 0x7788, {0x99, 0xAA, 0xBB, 0xCC, 0xDD, 0xEE, 0xFF, 0x01}};
 const GUID kOtherGuid = {0x11223344, 0x5566, 0x7788, {0x99, 0xAA, 0xBB, 0xCC, 0xDD, 0xEE, 0xFF, 0x02}};
 
+// A copy of a packed field: assertions take their arguments by reference,
+// which a packed field can't give.
+template <class TValue>
+TValue V(TValue value) {
+    return value;
+}
+
 CTNUTCTimeStamp T(uint32_t seconds, uint16_t ms = 0) {
     return CTNUTCTimeStamp::CreateUTCTimeStamp2000() + CTNMSecTimeSpan(seconds, ms);
 }
@@ -266,7 +273,7 @@ TEST_F(SamplesFileTest, MeanExtensionNeedsEveryCondition) {
     // Milliseconds of from don't count against the end's seconds.
     ASSERT_EQ(f.SelectLastOrCreateNewFloatDigitSample(FORMAT_DIGIT, T(30, 500), T(40), 0.f, 0.f), TNE_OK);
     ASSERT_EQ(f.Count(), 4u);
-    EXPECT_EQ(f.MeanAt(3).m_MeanValues.EndTime, kBase + 40);
+    EXPECT_EQ(V(f.MeanAt(3).m_MeanValues.EndTime), kBase + 40);
     // From and to differing only in milliseconds still extend.
     ASSERT_EQ(f.SelectLastOrCreateNewFloatDigitSample(FORMAT_DIGIT, T(40), T(40, 1), 0.f, 0.f), TNE_OK);
     EXPECT_EQ(f.Count(), 4u);
@@ -277,8 +284,8 @@ TEST_F(SamplesFileTest, MeanTimesDropMilliseconds) {
     TestSamplesFile f;
     ASSERT_EQ(CreateFile(f), TNE_OK);
     ASSERT_EQ(f.SelectLastOrCreateNewFloatDigitSample(FORMAT_FLOAT, T(1, 999), T(2, 500), 0.f, 0.f), TNE_OK);
-    EXPECT_EQ(f.MeanAt(0).m_MeanValues.StartTime, kBase + 1);
-    EXPECT_EQ(f.MeanAt(0).m_MeanValues.EndTime, kBase + 2);
+    EXPECT_EQ(V(f.MeanAt(0).m_MeanValues.StartTime), kBase + 1);
+    EXPECT_EQ(V(f.MeanAt(0).m_MeanValues.EndTime), kBase + 2);
     ASSERT_EQ(f.Close(), TNE_OK);
 }
 
@@ -317,10 +324,10 @@ TEST_F(SamplesFileTest, StartTimesRiseWithTheIndexAfterLateBlocks) {
     AddMean(f, FORMAT_FLOAT, 300, 310, 10);
     AddMean(f, FORMAT_FLOAT, 0, 10, 10);
     ASSERT_EQ(f.Count(), 4u);
-    EXPECT_EQ(f.MeanAt(0).m_MeanValues.StartTime, kBase + 0);
-    EXPECT_EQ(f.MeanAt(1).m_MeanValues.StartTime, kBase + 100);
-    EXPECT_EQ(f.MeanAt(2).m_MeanValues.StartTime, kBase + 300);
-    EXPECT_EQ(f.MeanAt(3).m_MeanValues.StartTime, kBase + 500);
+    EXPECT_EQ(V(f.MeanAt(0).m_MeanValues.StartTime), kBase + 0);
+    EXPECT_EQ(V(f.MeanAt(1).m_MeanValues.StartTime), kBase + 100);
+    EXPECT_EQ(V(f.MeanAt(2).m_MeanValues.StartTime), kBase + 300);
+    EXPECT_EQ(V(f.MeanAt(3).m_MeanValues.StartTime), kBase + 500);
     EXPECT_EQ(f.m_nSelected, 0);
     EXPECT_EQ(f.m_nFirstDirty, 0);
     ASSERT_EQ(f.Close(), TNE_OK);
@@ -354,7 +361,7 @@ TEST_F(SamplesFileTest, AfterReopenTheSelectedBlockIsTheLastOfTheArrayNotTheLast
     ASSERT_EQ(f.Init(Base().c_str()), TNE_OK);
     ASSERT_EQ(f.Open(), TNE_OK);
     EXPECT_EQ(f.m_nSelected, 2);
-    EXPECT_EQ(f.MeanAt(2).m_MeanValues.StartTime, kBase + 300);
+    EXPECT_EQ(V(f.MeanAt(2).m_MeanValues.StartTime), kBase + 300);
     AddMean(f, FORMAT_FLOAT, 400, 410, 10);
     ASSERT_EQ(f.Count(), 4u);
     // Behind the values of the block that starts at 300 (60 + 10 * 4), not
@@ -373,8 +380,8 @@ TEST_F(SamplesFileTest, EventWriteBeforeTheLastEndAlwaysAppendsANewBlock) {
     AddEvent(f, FORMAT_EVENT, T(5), T(6), 1);
     ASSERT_EQ(f.Count(), 3u);
     EXPECT_EQ(f.m_nSelected, 2);
-    EXPECT_EQ(f.EventAt(1).m_Event.StartTime.dwTime, kBase + 15);
-    EXPECT_EQ(f.EventAt(2).m_Event.StartTime.dwTime, kBase + 5);  // out of time order
+    EXPECT_EQ(V(f.EventAt(1).m_Event.StartTime.dwTime), kBase + 15);
+    EXPECT_EQ(V(f.EventAt(2).m_Event.StartTime.dwTime), kBase + 5);  // out of time order
     ASSERT_EQ(f.Close(), TNE_OK);
     EXPECT_EQ(Disk(kEventChannel), FileHeader(kGuid, kEventChannel, 1) +
                                        EventBlock(FORMAT_EVENT, 20, 2, kBase + 10, 0, kBase + 20, 0) +
@@ -393,7 +400,7 @@ TEST_F(SamplesFileTest, EventExtensionComparesMilliseconds) {
     AddEvent(f, FORMAT_EVENT, T(30), T(30), 1);  // later, even with from equal to: extends
     ASSERT_EQ(f.Count(), 2u);
     EXPECT_EQ(f.EventAt(1).m_Header.GetElementCount(), 3u);
-    EXPECT_EQ(f.EventAt(1).m_Event.EndTime.dwTime, kBase + 30);
+    EXPECT_EQ(V(f.EventAt(1).m_Event.EndTime.dwTime), kBase + 30);
     AddEvent(f, FORMAT_BINARY_BYTE, T(40), T(41), 1);  // another format: new block
     ASSERT_EQ(f.Count(), 3u);
     ASSERT_EQ(f.Close(), TNE_OK);
@@ -595,16 +602,16 @@ TEST_P(SamplesFileValueTypeTest, ReadsHandMadeFile) {
         if (c.blockSize == 25) {
             EXPECT_EQ(f.MeanAt(i).m_Header.GetFormatId(), FORMAT_DIGIT);
             EXPECT_EQ(f.MeanAt(i).m_Header.GetDataPosition(), 20 + i * 20);
-            EXPECT_EQ(f.MeanAt(i).m_MeanValues.StartTime, kBase + i * 100);
-            EXPECT_EQ(f.MeanAt(i).m_MeanValues.EndTime, kBase + i * 100 + 10);
-            EXPECT_EQ(f.MeanAt(i).m_MeanValues.ValueOffset, 1.f);
-            EXPECT_EQ(f.MeanAt(i).m_MeanValues.ValueFactor, 2.f);
+            EXPECT_EQ(V(f.MeanAt(i).m_MeanValues.StartTime), kBase + i * 100);
+            EXPECT_EQ(V(f.MeanAt(i).m_MeanValues.EndTime), kBase + i * 100 + 10);
+            EXPECT_EQ(V(f.MeanAt(i).m_MeanValues.ValueOffset), 1.f);
+            EXPECT_EQ(V(f.MeanAt(i).m_MeanValues.ValueFactor), 2.f);
         } else {
             EXPECT_EQ(f.EventAt(i).m_Header.GetFormatId(), FORMAT_BINARY_WORD);
             EXPECT_EQ(f.EventAt(i).m_Header.GetDataPosition(), 20 + i * 80);
-            EXPECT_EQ(f.EventAt(i).m_Event.StartTime.dwTime, kBase + i);
-            EXPECT_EQ(f.EventAt(i).m_Event.StartTime.wMilliseconds, 7);
-            EXPECT_EQ(f.EventAt(i).m_Event.EndTime.wMilliseconds, 8);
+            EXPECT_EQ(V(f.EventAt(i).m_Event.StartTime.dwTime), kBase + i);
+            EXPECT_EQ(V(f.EventAt(i).m_Event.StartTime.wMilliseconds), 7);
+            EXPECT_EQ(V(f.EventAt(i).m_Event.EndTime.wMilliseconds), 8);
         }
     }
 }
