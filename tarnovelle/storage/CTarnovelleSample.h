@@ -130,13 +130,15 @@ private:
         SBinary_Text* pText;
     };
 
-    // Frees the array as the type it was made with under `format`, and
-    // leaves no array.
-    static void FreeValues(int32_t format, UValues& values);
-    // An array of the element type of `format` that holds at least `bytes`.
+    // Releases the array, whatever its element type, and leaves none.
+    void FreeValues();
+    // An array of the element type of `format` (float outside 1..6), records
+    // default-constructed, that holds at least `bytes`.
     static UValues AllocateValues(int32_t format, uint64_t bytes);
     static bool IsRecordFormat(int32_t format) { return format >= 1 && format <= 6; }
-    void FreeValues() { FreeValues(m_FormatId, m_pValues); }
+    // Sets the format mark. Values stay only while their record size still
+    // fits the mark, so that the mark never describes a foreign array.
+    void SetFormatKeepingValues(EFormatId format);
 
     ETarnovelleErrors InitRecordsForTimeRange(CTarnovelleChannel& channel, int32_t index,
                                               const CTNUTCTimeStamp& from, const CTNUTCTimeStamp& to,
