@@ -443,6 +443,20 @@ TEST_F(TenValueBlockTest, ARangeInsideOneValueGivesThatValueOnlyWithIncludePrevi
     EXPECT_EQ(with.GetEndTime(), At(5));
 }
 
+// Cropping expects a block that meets the range: with `to` before the block
+// the count of intervals behind `to` exceeds the block's count, the last
+// index wraps round, and the whole block comes back with a clamped end.
+TEST_F(SampleChannelTest, ARangeWhollyBeforeAFloatBlockGivesTheWholeBlock) {
+    Create(kMeanChannel);
+    SaveFloats(20, 4);
+    CloseWriter();
+    CTarnovelleSample sample;
+    ASSERT_EQ(sample.Init(Reader(), 0, At(1), At(5), false), TNE_OK);
+    EXPECT_EQ(FloatsOf(sample), Ramp(4));
+    EXPECT_EQ(sample.GetStartTime(), At(20));
+    EXPECT_EQ(sample.GetEndTime(), CTNUTCTimeStamp::MaxTS());
+}
+
 // Three blocks with gaps between them, cropped at every value boundary.
 TEST_F(SampleChannelTest, CroppingAtEveryBlockBoundary) {
     Create(kMeanChannel);
