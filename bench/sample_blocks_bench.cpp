@@ -3,8 +3,8 @@
 //   BM_SaveBlock:        one write cycle (Open, Save, Close) per block, as the
 //                        archive stores; consecutive blocks extend one block.
 //   BM_ReadWholeBlock:   CTarnovelleSample::Init of a whole block.
-//   BM_ReadCroppedBlock: the time-range form with includePrevious, from half
-//                        a second in to half a second before the end: the
+//   BM_ReadCroppedBlock: the time-range form with includePrevious, from a
+//                        quarter second in to a quarter before the end: the
 //                        whole block is read and all but its edges copied.
 #include <benchmark/benchmark.h>
 
@@ -116,9 +116,9 @@ void BM_ReadCroppedBlock(benchmark::State& state) {
     TempFolder folder;
     CTarnovelleChannel channel;
     PrepareBlock(folder, channel, count);
-    // Half a second into the first value and half a second before the end.
-    const CTNUTCTimeStamp from = Start() + CTNMSecTimeSpan(0, 500);
-    const CTNUTCTimeStamp to = Start() + CTNMSecTimeSpan(count - 1, 500);
+    // A quarter of a second into the first value to a quarter before the end.
+    const CTNUTCTimeStamp from = Start() + CTNMSecTimeSpan(0, 250);
+    const CTNUTCTimeStamp to = Start() + CTNMSecTimeSpan(count - 1, 750);
     for (auto _ : state) {
         CTarnovelleSample sample;
         if (sample.Init(channel, 0, from, to, true) != TNE_OK) {
