@@ -4,6 +4,7 @@
 #include <ctime>
 
 #include "tarnovelle/support/CTNClock.h"
+#include "tarnovelle/values/CTarnovelleTextManager.h"
 
 namespace {
 
@@ -84,11 +85,10 @@ std::string RenderUTC(uint32_t seconds, const char* format) {
     return std::string();
 }
 
-// The format text of string id 81, the date and time of the dialogs and
-// printouts. Stands in for the string table of the text manager, which
-// replaces this look-up.
-const char* LoadFormatText(uint32_t stringId) {
-    return stringId == 81 ? "%d.%m.%Y %H:%M:%S" : "";
+// The format text of a string id in the current language; ids are 16 bits,
+// so a larger number names no text.
+std::string LoadFormatText(uint32_t stringId) {
+    return stringId > 0xFFFFu ? std::string() : CTarnovelleTextManager::LoadString(static_cast<uint16_t>(stringId));
 }
 
 }  // namespace
@@ -257,7 +257,7 @@ std::string CTNUTCTimeStamp::Format() const {
 
 std::string CTNUTCTimeStamp::Format(const std::string& format) const { return RenderUTC(m_dwTime, format.c_str()); }
 
-std::string CTNUTCTimeStamp::Format(uint32_t stringId) const { return Format(std::string(LoadFormatText(stringId))); }
+std::string CTNUTCTimeStamp::Format(uint32_t stringId) const { return Format(LoadFormatText(stringId)); }
 
 std::string CTNUTCTimeStamp::Dump() const {
     const std::string date = RenderUTC(m_dwTime, "%c");

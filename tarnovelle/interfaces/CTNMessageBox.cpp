@@ -1,0 +1,48 @@
+#include "tarnovelle/interfaces/CTNMessageBox.h"
+
+#include <atomic>
+#include <cstdio>
+
+namespace {
+// The answer of a plain box that the user closed with OK.
+constexpr int32_t kAnswerOk = 1;
+// The most an exception contributes, without the terminating zero.
+constexpr unsigned kExceptionTextMax = 255;
+
+std::atomic<CTNMessageBox::Presenter> g_presenter{nullptr};
+}  // namespace
+
+std::list<std::vector<std::string>*> CTNMessageBox::s_ListOfLogArray;
+
+int32_t CTNMessageBox::Show(const std::string& text) {
+    if (!s_ListOfLogArray.empty()) {
+        s_ListOfLogArray.back()->push_back(text);
+        return kAnswerOk;
+    }
+    if (Presenter presenter = g_presenter.load()) return presenter(text);
+    std::fprintf(stderr, "%s\n", text.c_str());
+    return kAnswerOk;
+}
+
+void CTNMessageBox::Show(CException& e) {
+    char buffer[kExceptionTextMax + 1];
+    e.GetErrorMessage(buffer, sizeof(buffer));
+    buffer[kExceptionTextMax] = '\0';
+    Show(std::string(buffer));
+}
+
+bool CTNMessageBox::IsRerouteMessageBoxToLogArray() { return !s_ListOfLogArray.empty(); }
+
+void CTNMessageBox::RerouteMessageBoxToLogArray(std::vector<std::string>* log) {
+    if (log) {
+        s_ListOfLogArray.push_back(log);
+    } else if (!s_ListOfLogArray.empty()) {
+        // An unmatched pop would be a caller's mistake; it must not bring the
+        // process down, so it is ignored.
+        s_ListOfLogArray.pop_back();
+    }
+}
+
+CTNMessageBox::Presenter CTNMessageBox::SetPresenter(Presenter presenter) {
+    return g_presenter.exchange(presenter);
+}

@@ -1,0 +1,119 @@
+#include "tarnovelle/interfaces/CTNMessageBox.h"
+
+#include <gtest/gtest.h>
+
+
+namespace {
+
+std::vector<std::string> g_presented;
+int32_t RecordingPresenter(const std::string& text) {
+    g_presented.push_back(text);
+    return 7;
+}
+
+class TextException : public CException {
+public:
+    explicit TextException(std::string text) : m_text(std::move(text)) {}
+    bool GetErrorMessage(char* buffer, unsigned max) const override {
+        return CopyMessage(m_text.c_str(), buffer, max);
+    }
+
+private:
+    std::string m_text;
+};
+
+struct PresenterScope {
+    CTNMessageBox::Presenter before;
+    explicit PresenterScope(CTNMessageBox::Presenter p) : before(CTNMessageBox::SetPresenter(p)) {
+        g_presented.clear();
+    }
+    ~PresenterScope() { CTNMessageBox::SetPresenter(before); }
+};
+
+}  // namespace
+
+TEST(CTNMessageBox, WithoutRerouteTheRegisteredPresenterShowsAndAnswers) {
+    PresenterScope scope(&RecordingPresenter);
+    EXPECT_FALSE(CTNMessageBox::IsRerouteMessageBoxToLogArray());
+    EXPECT_EQ(CTNMessageBox::Show(std::string("Hallo")), 7);
+    ASSERT_EQ(g_presented.size(), 1u);
+    EXPECT_EQ(g_presented[0], "Hallo");
+}
+
+TEST(CTNMessageBox, WithoutPresenterTheTextGoesToStandardErrorAndTheAnswerIsOk) {
+    PresenterScope scope(nullptr);
+    testing::internal::CaptureStderr();
+    const int32_t answer = CTNMessageBox::Show(std::string("auf stderr"));
+    const std::string written = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(answer, 1);
+    EXPECT_NE(written.find("auf stderr"), std::string::npos);
+}
+
+TEST(CTNMessageBox, RerouteAppendsToTheArrayAndShowsNothing) {
+    PresenterScope scope(&RecordingPresenter);
+    std::vector<std::string> log;
+    CTNMessageBox::RerouteMessageBoxToLogArray(&log);
+    EXPECT_TRUE(CTNMessageBox::IsRerouteMessageBoxToLogArray());
+    EXPECT_EQ(CTNMessageBox::Show(std::string("eins")), 1);
+    EXPECT_EQ(CTNMessageBox::Show(std::string("zwei")), 1);
+    CTNMessageBox::RerouteMessageBoxToLogArray(nullptr);
+    EXPECT_FALSE(CTNMessageBox::IsRerouteMessageBoxToLogArray());
+    EXPECT_EQ(log, (std::vector<std::string>{"eins", "zwei"}));
+    EXPECT_TRUE(g_presented.empty());
+}
+
+TEST(CTNMessageBox, NestedReroutesFeedTheInnermostArrayAndPopInOrder) {
+    PresenterScope scope(&RecordingPresenter);
+    std::vector<std::string> outer;
+    std::vector<std::string> inner;
+    CTNMessageBox::RerouteMessageBoxToLogArray(&outer);
+    CTNMessageBox::Show(std::string("a"));
+    CTNMessageBox::RerouteMessageBoxToLogArray(&inner);
+    EXPECT_EQ(CTNMessageBox::s_ListOfLogArray.size(), 2u);
+    EXPECT_EQ(CTNMessageBox::s_ListOfLogArray.back(), &inner);
+    CTNMessageBox::Show(std::string("b"));
+    CTNMessageBox::RerouteMessageBoxToLogArray(nullptr);
+    EXPECT_TRUE(CTNMessageBox::IsRerouteMessageBoxToLogArray());
+    CTNMessageBox::Show(std::string("c"));
+    CTNMessageBox::RerouteMessageBoxToLogArray(nullptr);
+    EXPECT_FALSE(CTNMessageBox::IsRerouteMessageBoxToLogArray());
+    CTNMessageBox::Show(std::string("d"));
+    EXPECT_EQ(outer, (std::vector<std::string>{"a", "c"}));
+    EXPECT_EQ(inner, (std::vector<std::string>{"b"}));
+    EXPECT_EQ(g_presented, (std::vector<std::string>{"d"}));
+}
+
+TEST(CTNMessageBox, PopWithoutPushIsHarmless) {
+    CTNMessageBox::RerouteMessageBoxToLogArray(nullptr);
+    EXPECT_FALSE(CTNMessageBox::IsRerouteMessageBoxToLogArray());
+}
+
+TEST(CTNMessageBox, ExceptionTextIsShown) {
+    std::vector<std::string> log;
+    CTNMessageBox::RerouteMessageBoxToLogArray(&log);
+    TextException e("Datei fehlt");
+    CTNMessageBox::Show(e);
+    CTNMessageBox::RerouteMessageBoxToLogArray(nullptr);
+    ASSERT_EQ(log.size(), 1u);
+    EXPECT_EQ(log[0], "Datei fehlt");
+}
+
+TEST(CTNMessageBox, ExceptionTextIsCutAt255Characters) {
+    std::vector<std::string> log;
+    CTNMessageBox::RerouteMessageBoxToLogArray(&log);
+    TextException e(std::string(300, 'x') + "tail");
+    CTNMessageBox::Show(e);
+    CTNMessageBox::RerouteMessageBoxToLogArray(nullptr);
+    ASSERT_EQ(log.size(), 1u);
+    EXPECT_EQ(log[0], std::string(255, 'x'));
+}
+
+TEST(CTNMessageBox, ExceptionWithoutTextShowsAnEmptyText) {
+    std::vector<std::string> log;
+    CTNMessageBox::RerouteMessageBoxToLogArray(&log);
+    CException e;
+    CTNMessageBox::Show(e);
+    CTNMessageBox::RerouteMessageBoxToLogArray(nullptr);
+    ASSERT_EQ(log.size(), 1u);
+    EXPECT_EQ(log[0], "");
+}

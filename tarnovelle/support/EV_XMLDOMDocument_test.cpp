@@ -1,0 +1,508 @@
+#include "tarnovelle/support/EV_XMLDOMDocument.h"
+
+#include <gtest/gtest.h>
+
+#include "tarnovelle/interfaces/CTNMessageBox.h"
+#include "tarnovelle/support/TNTrace.h"
+#include "tests/support/TNTestDir.h"
+
+namespace {
+
+// Catches what the document shows the user for the time of one test.
+class RerouteScope {
+public:
+    RerouteScope() { CTNMessageBox::RerouteMessageBoxToLogArray(&m_log); }
+    ~RerouteScope() { CTNMessageBox::RerouteMessageBoxToLogArray(nullptr); }
+    const std::vector<std::string>& Log() const { return m_log; }
+
+private:
+    std::vector<std::string> m_log;
+};
+
+// root (two attributes) with a child holding a grandchild, and a child with
+// a text.
+void BuildSmallTree(EV_XMLDOMDocument& doc) {
+    ASSERT_EQ(doc.New(), S_OK);
+    EV_XMLDOMNode root, first, grandchild, second;
+    ASSERT_EQ(root.Create(doc, "CTarnovelleArchive", "", "Version=1", "Name=Netz", nullptr), S_OK);
+    ASSERT_EQ(first.Create(doc, "Archive", "", "Number=1", nullptr), S_OK);
+    ASSERT_EQ(grandchild.Create(doc, "Path", "", nullptr), S_OK);
+    ASSERT_EQ(second.Create(doc, "Comment", "Gr\xc3\xbc\xc3\x9f" "e", nullptr), S_OK);
+    ASSERT_EQ(first.AppendChild(grandchild), S_OK);
+    ASSERT_EQ(root.AppendChild(first), S_OK);
+    ASSERT_EQ(root.AppendChild(second), S_OK);
+    ASSERT_EQ(doc.AppendChild(root), S_OK);
+}
+
+const char* const kFormattedSmallTree =
+    "<CTarnovelleArchive Version=\"1\" Name=\"Netz\">\n"
+    "    <Archive Number=\"1\">\n"
+    "        <Path/>\n"
+    "    </Archive>\n"
+    "    <Comment>Gr\xc3\xbc\xc3\x9f" "e</Comment>\n"
+    "</CTarnovelleArchive>";
+
+std::string Serial(const EV_XMLDOMDocument& doc) {
+    std::vector<uint8_t> bytes;
+    EXPECT_EQ(doc.PersistInMemory(bytes), S_OK);
+    return std::string(bytes.begin(), bytes.end());
+}
+
+std::vector<uint8_t> Bytes(const std::string& text) { return std::vector<uint8_t>(text.begin(), text.end()); }
+
+}  // namespace
+
+TEST(EV_XMLDOMDocument, AliasesNameTheSameClasses) {
+    EXPECT_TRUE((std::is_same_v<CEV_XMLDOMDocument, EV_XMLDOMDocument>));
+    EXPECT_TRUE((std::is_same_v<CEV_XMLDOMNode, EV_XMLDOMNode>));
+}
+
+TEST(EV_XMLDOMDocument, NewDocumentIsValidAndEmpty) {
+    EV_XMLDOMDocument doc;
+    EXPECT_FALSE(doc.IsValid());
+    ASSERT_EQ(doc.New(), S_OK);
+    EXPECT_TRUE(doc.IsValid());
+    EXPECT_EQ(Serial(doc), "");
+    EV_XMLDOMNode root;
+    ASSERT_EQ(doc.GetRootNode(root), S_OK);
+    std::string name;
+    root.GetName(name);
+    EXPECT_EQ(name, "#document");
+    int32_t count = -1;
+    root.GetChildCount(count);
+    EXPECT_EQ(count, 0);
+}
+
+TEST(EV_XMLDOMDocument, OperationsWithoutDocumentFail) {
+    EV_XMLDOMDocument doc;
+    EV_XMLDOMNode node;
+    TNXmlParserDocument* raw = nullptr;
+    std::vector<uint8_t> bytes;
+    TNTestDir dir;
+    EXPECT_EQ(doc.GetDocument(raw), E_FAIL);
+    EXPECT_EQ(doc.GetRootNode(node), E_FAIL);
+    EXPECT_EQ(doc.AppendChild(node), E_FAIL);
+    EXPECT_EQ(doc.FindFirstNode("a", node), E_FAIL);
+    EXPECT_EQ(doc.FindNextNode("a", node), E_FAIL);
+    EXPECT_EQ(doc.PersistInMemory(bytes), E_FAIL);
+    EXPECT_EQ(doc.LoadDocumentAsync(dir / "x.xml"), E_FAIL);
+    EXPECT_EQ(doc.SaveAs(dir / "x.xml", false), E_FAIL);
+    EXPECT_FALSE(TNTestDir::Exists(dir / "x.xml"));
+    EXPECT_EQ(doc.ReportError(nullptr), E_FAIL);
+}
+
+TEST(EV_XMLDOMDocument, AppendChildWithoutNodeFails) {
+    EV_XMLDOMDocument doc;
+    doc.New();
+    EV_XMLDOMNode none;
+    EXPECT_EQ(doc.AppendChild(none), E_FAIL);
+}
+
+TEST(EV_XMLDOMDocument, SaveWithoutKnownPathFailsAndWritesNothing) {
+    TNTestDir dir;
+    EV_XMLDOMDocument doc;
+    BuildSmallTree(doc);
+    EXPECT_EQ(doc.Save(false), E_FAIL);
+    EXPECT_EQ(doc.Save(true), E_FAIL);
+    // Nothing was written anywhere, and the tree was not indented either.
+    EXPECT_EQ(Serial(doc).find('\n'), std::string::npos);
+}
+
+TEST(EV_XMLDOMDocument, FormattedSaveSetsEachElementOnALineFourBlanksALevel) {
+    TNTestDir dir;
+    EV_XMLDOMDocument doc;
+    BuildSmallTree(doc);
+    ASSERT_EQ(doc.SaveAs(dir / "p.TNArch", true), S_OK);
+    EXPECT_EQ(TNTestDir::ReadFile(dir / "p.TNArch"), kFormattedSmallTree);
+}
+
+TEST(EV_XMLDOMDocument, UnformattedSaveWritesTheTreeAsItStands) {
+    TNTestDir dir;
+    EV_XMLDOMDocument doc;
+    BuildSmallTree(doc);
+    ASSERT_EQ(doc.SaveAs(dir / "p.xml", false), S_OK);
+    EXPECT_EQ(TNTestDir::ReadFile(dir / "p.xml"),
+              "<CTarnovelleArchive Version=\"1\" Name=\"Netz\"><Archive Number=\"1\"><Path/></Archive>"
+              "<Comment>Gr\xc3\xbc\xc3\x9f" "e</Comment></CTarnovelleArchive>");
+}
+
+TEST(EV_XMLDOMDocument, SaveAsRemembersThePathForSave) {
+    TNTestDir dir;
+    EV_XMLDOMDocument doc;
+    BuildSmallTree(doc);
+    ASSERT_EQ(doc.SaveAs(dir / "first.xml", false), S_OK);
+    EV_XMLDOMNode found;
+    ASSERT_EQ(doc.FindFirstNode("Path", found), S_OK);
+    found.SetAttribute("v", 3);
+    ASSERT_EQ(doc.Save(false), S_OK);
+    EXPECT_NE(TNTestDir::ReadFile(dir / "first.xml").find("<Path v=\"3\"/>"), std::string::npos);
+}
+
+TEST(EV_XMLDOMDocument, FailedSaveAsKeepsPathAndFlag) {
+    TNTestDir dir;
+    EV_XMLDOMDocument doc;
+    BuildSmallTree(doc);
+    EXPECT_LT(doc.SaveAs(dir / "missing-dir/p.xml", false), 0);
+    EXPECT_EQ(doc.Save(false), E_FAIL);  // still no path known
+    ASSERT_EQ(doc.SaveAs(dir / "p.xml", false), S_OK);
+    EXPECT_LT(doc.SaveAs(dir / "missing-dir/p.xml", false), 0);
+    ASSERT_EQ(doc.Save(false), S_OK);  // the earlier path stays
+    EXPECT_FALSE(TNTestDir::ReadFile(dir / "p.xml").empty());
+}
+
+TEST(EV_XMLDOMDocument, SecondFormattedSaveOfALoadedDocumentGrows) {
+    TNTestDir dir;
+    {
+        EV_XMLDOMDocument doc;
+        BuildSmallTree(doc);
+        ASSERT_EQ(doc.SaveAs(dir / "p.xml", true), S_OK);
+    }
+    EV_XMLDOMDocument doc;
+    ASSERT_EQ(doc.Open(dir / "p.xml"), S_OK);
+    ASSERT_EQ(doc.Save(true), S_OK);
+    const std::string second = TNTestDir::ReadFile(dir / "p.xml");
+    EXPECT_GT(second.size(), std::string(kFormattedSmallTree).size());
+    // The whitespace that was there stays; a new indent goes before each
+    // child, old whitespace nodes included.
+    EXPECT_EQ(second,
+              "<CTarnovelleArchive Version=\"1\" Name=\"Netz\">\n    \n    \n    <Archive Number=\"1\">"
+              "\n        \n        \n        <Path/>\n        \n    \n    </Archive>"
+              "\n    \n    \n    <Comment>Gr\xc3\xbc\xc3\x9f" "e</Comment>\n    \n\n</CTarnovelleArchive>");
+}
+
+TEST(EV_XMLDOMDocument, LoadSaveLoadKeepsAttributeOrderAndUmlauts) {
+    TNTestDir dir;
+    const std::string original =
+        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>"
+        "<Wurzel Zeta=\"\xc3\xa4\xc3\xb6\xc3\xbc\" Alpha=\"\xc3\x84rger &amp; &quot;Mu\xc3\x9f&quot;\" Mitte=\"3\">"
+        "<Kind Name=\"Stra\xc3\x9f" "e\">Gr\xc3\xb6\xc3\x9f" "e &lt;1&gt;</Kind></Wurzel>";
+    const std::string path = dir.WriteFile("in.xml", original);
+    EV_XMLDOMDocument doc;
+    ASSERT_EQ(doc.Open(path), S_OK);
+    ASSERT_EQ(doc.SaveAs(dir / "out.xml", false), S_OK);
+    EXPECT_EQ(TNTestDir::ReadFile(dir / "out.xml"), original);
+
+    EV_XMLDOMDocument again;
+    ASSERT_EQ(again.Open(dir / "out.xml"), S_OK);
+    EV_XMLDOMNode root;
+    ASSERT_EQ(again.FindFirstNode("Wurzel", root), S_OK);
+    std::vector<std::string> names;
+    int32_t count = 0;
+    root.GetAttributeCount(count);
+    for (int32_t i = 0; i < count; ++i) {
+        std::string name;
+        root.GetAttributeName(i, name);
+        names.push_back(name);
+    }
+    EXPECT_EQ(names, (std::vector<std::string>{"Zeta", "Alpha", "Mitte"}));
+    std::string value;
+    root.GetAttribute("Zeta", value);
+    EXPECT_EQ(value, "\xc3\xa4\xc3\xb6\xc3\xbc");
+    root.GetAttribute("Alpha", value);
+    EXPECT_EQ(value, "\xc3\x84rger & \"Mu\xc3\x9f\"");
+    EV_XMLDOMNode child;
+    ASSERT_EQ(again.FindFirstNode("Kind", child), S_OK);
+    child.GetText(value);
+    EXPECT_EQ(value, "Gr\xc3\xb6\xc3\x9f" "e <1>");
+}
+
+TEST(EV_XMLDOMDocument, PrologIsKeptAndNamedXml) {
+    EV_XMLDOMDocument doc;
+    ASSERT_EQ(doc.LoadInMemory(Bytes("<?xml version=\"1.0\"?><a/>")), S_OK);
+    EV_XMLDOMNode node;
+    doc.GetRootNode(node);
+    node.MoveToFirstChild();
+    std::string name;
+    node.GetName(name);
+    EXPECT_EQ(name, "xml");
+    node.MoveToNextSibling();
+    node.GetName(name);
+    EXPECT_EQ(name, "a");
+}
+
+TEST(EV_XMLDOMDocument, OpenOfSyntaxErrorReportsReasonLineAndPosition) {
+    TNTestDir dir;
+    const std::string path = dir.WriteFile("bad.xml", "<a>\n  <b>\n  </c>\n</a>\n");
+    RerouteScope reroute;
+    EV_XMLDOMDocument doc;
+    EXPECT_EQ(doc.Open(path), E_FAIL);
+    ASSERT_EQ(reroute.Log().size(), 1u);
+    EXPECT_EQ(reroute.Log()[0], "Start-end tags mismatch\nError on line 3, position 5 in \"" + path + "\".\n");
+}
+
+TEST(EV_XMLDOMDocument, MalformedAttributeIsReportedWhereItStands) {
+    TNTestDir dir;
+    const std::string path = dir.WriteFile("bad.xml", "<root>\n<x a=1/>\n</root>");
+    RerouteScope reroute;
+    EV_XMLDOMDocument doc;
+    EXPECT_EQ(doc.Open(path), E_FAIL);
+    ASSERT_EQ(reroute.Log().size(), 1u);
+    EXPECT_EQ(reroute.Log()[0], "Error parsing element attribute\nError on line 2, position 6 in \"" + path + "\".\n");
+}
+
+TEST(EV_XMLDOMDocument, TextWithoutElementIsReportedAtItsEnd) {
+    TNTestDir dir;
+    const std::string path = dir.WriteFile("bad.xml", "\n\nabc");
+    RerouteScope reroute;
+    EV_XMLDOMDocument doc;
+    EXPECT_EQ(doc.Open(path), E_FAIL);
+    ASSERT_EQ(reroute.Log().size(), 1u);
+    EXPECT_EQ(reroute.Log()[0], "No document element found\nError on line 3, position 4 in \"" + path + "\".\n");
+}
+
+TEST(EV_XMLDOMDocument, EmptyFileIsReportedOnItsFirstLine) {
+    TNTestDir dir;
+    const std::string path = dir.WriteFile("empty.xml", "");
+    RerouteScope reroute;
+    EV_XMLDOMDocument doc;
+    EXPECT_EQ(doc.Open(path), E_FAIL);
+    ASSERT_EQ(reroute.Log().size(), 1u);
+    EXPECT_EQ(reroute.Log()[0], "No document element found\nError on line 1, position 1 in \"" + path + "\".\n");
+}
+
+TEST(EV_XMLDOMDocument, BadCommentIsReportedAndDocumentIsLeftEmpty) {
+    TNTestDir dir;
+    const std::string path = dir.WriteFile("bad.xml", "<a><!-- x </a>");
+    RerouteScope reroute;
+    EV_XMLDOMDocument doc;
+    EXPECT_EQ(doc.Open(path), E_FAIL);
+    ASSERT_EQ(reroute.Log().size(), 1u);
+    EXPECT_EQ(reroute.Log()[0].rfind("Error parsing comment\nError on line 1, position ", 0), 0u);
+    // A failed open leaves an empty document with no path known.
+    EXPECT_TRUE(doc.IsValid());
+    EXPECT_EQ(Serial(doc), "");
+    EXPECT_EQ(doc.Save(false), E_FAIL);
+}
+
+TEST(EV_XMLDOMDocument, MissingFileIsReportedWithoutPlaceAndFails) {
+    TNTestDir dir;
+    RerouteScope reroute;
+    EV_XMLDOMDocument doc;
+    EXPECT_EQ(doc.Open(dir / "none.xml"), E_FAIL);
+    ASSERT_EQ(reroute.Log().size(), 1u);
+    EXPECT_EQ(reroute.Log()[0], "File was not found");
+    EXPECT_EQ(doc.Save(false), E_FAIL);
+}
+
+TEST(EV_XMLDOMDocument, DirectoryInsteadOfFileFails) {
+    TNTestDir dir;
+    RerouteScope reroute;
+    EV_XMLDOMDocument doc;
+    EXPECT_EQ(doc.Open(dir.Path()), E_FAIL);
+    EXPECT_EQ(reroute.Log().size(), 1u);
+}
+
+TEST(EV_XMLDOMDocument, OpenRemembersThePath) {
+    TNTestDir dir;
+    const std::string path = dir.WriteFile("p.xml", "<a x=\"1\"/>");
+    EV_XMLDOMDocument doc;
+    ASSERT_EQ(doc.Open(path), S_OK);
+    EV_XMLDOMNode a;
+    doc.FindFirstNode("a", a);
+    a.SetAttribute("y", "2");
+    ASSERT_EQ(doc.Save(false), S_OK);
+    EXPECT_EQ(TNTestDir::ReadFile(path), "<a x=\"1\" y=\"2\"/>");
+    doc.Close();
+    EXPECT_FALSE(doc.IsValid());
+    EXPECT_EQ(doc.Save(false), E_FAIL);
+}
+
+TEST(EV_XMLDOMDocument, NewForgetsThePath) {
+    TNTestDir dir;
+    const std::string path = dir.WriteFile("p.xml", "<a/>");
+    EV_XMLDOMDocument doc;
+    ASSERT_EQ(doc.Open(path), S_OK);
+    ASSERT_EQ(doc.New(), S_OK);
+    EXPECT_EQ(doc.Save(false), E_FAIL);
+}
+
+TEST(EV_XMLDOMDocument, PersistAndLoadInMemoryRoundTripWithoutTouchingThePath) {
+    TNTestDir dir;
+    EV_XMLDOMDocument doc;
+    BuildSmallTree(doc);
+    std::vector<uint8_t> bytes;
+    ASSERT_EQ(doc.PersistInMemory(bytes), S_OK);
+    EV_XMLDOMDocument copy;
+    ASSERT_EQ(copy.SaveAs(dir / "c.xml", false), E_FAIL);  // no document yet
+    copy.New();
+    ASSERT_EQ(copy.SaveAs(dir / "c.xml", false), S_OK);
+    ASSERT_EQ(copy.LoadInMemory(bytes), S_OK);
+    EXPECT_EQ(Serial(copy), std::string(bytes.begin(), bytes.end()));
+    ASSERT_EQ(copy.Save(false), S_OK);  // the path survived the load
+    EXPECT_EQ(TNTestDir::ReadFile(dir / "c.xml"), std::string(bytes.begin(), bytes.end()));
+}
+
+TEST(EV_XMLDOMDocument, LoadInMemoryOfMalformedBytesFailsWithoutReport) {
+    RerouteScope reroute;
+    EV_XMLDOMDocument doc;
+    EXPECT_EQ(doc.LoadInMemory(Bytes("<a><b></a>")), E_FAIL);
+    EXPECT_TRUE(reroute.Log().empty());
+    EXPECT_TRUE(doc.IsValid());
+    EXPECT_EQ(Serial(doc), "");
+}
+
+TEST(EV_XMLDOMDocument, NodeSearchFindsTheNthNodeOfAName) {
+    EV_XMLDOMDocument doc;
+    ASSERT_EQ(doc.LoadInMemory(Bytes("<r><P n=\"1\"><P n=\"2\"/></P><x><P n=\"3\"/></x><P n=\"4\"/></r>")), S_OK);
+    EV_XMLDOMNode node;
+    std::vector<std::string> order;
+    for (HRESULT hr = doc.FindFirstNode("P", node); hr == S_OK; hr = doc.FindNextNode("P", node)) {
+        std::string n;
+        node.GetAttribute("n", n);
+        order.push_back(n);
+    }
+    EXPECT_EQ(order, (std::vector<std::string>{"1", "2", "3", "4"}));
+    EXPECT_EQ(doc.FindNextNode("P", node), S_FALSE);
+    // FindFirstNode starts over.
+    ASSERT_EQ(doc.FindFirstNode("P", node), S_OK);
+    std::string n;
+    node.GetAttribute("n", n);
+    EXPECT_EQ(n, "1");
+}
+
+TEST(EV_XMLDOMDocument, NodeSearchOfAbsentNameGivesOneAndLeavesTheNode) {
+    EV_XMLDOMDocument doc;
+    doc.LoadInMemory(Bytes("<r><a/></r>"));
+    EV_XMLDOMNode node;
+    doc.FindFirstNode("a", node);
+    EXPECT_EQ(doc.FindFirstNode("zz", node), S_FALSE);
+    std::string name;
+    node.GetName(name);
+    EXPECT_EQ(name, "a");
+}
+
+TEST(EV_XMLDOMDocument, NodeSearchWalksFromTheRootAgainAndSkipsByCount) {
+    EV_XMLDOMDocument doc;
+    doc.LoadInMemory(Bytes("<r><a n=\"1\"/><a n=\"2\"/><a n=\"3\"/></r>"));
+    EV_XMLDOMNode found;
+    ASSERT_EQ(doc.FindFirstNode("a", found), S_OK);
+    // The found node goes; the next walk counts from the root again, so the
+    // node that moved up into its place is passed over.
+    ASSERT_EQ(found.Remove(), S_OK);
+    EV_XMLDOMNode node;
+    ASSERT_EQ(doc.FindNextNode("a", node), S_OK);
+    std::string n;
+    node.GetAttribute("n", n);
+    EXPECT_EQ(n, "3");
+}
+
+TEST(EV_XMLDOMDocument, CloneTreeCopiesElementsAttributesAndTexts) {
+    EV_XMLDOMDocument source;
+    ASSERT_EQ(source.LoadInMemory(Bytes("<?xml version=\"1.0\"?><r a=\"1\" b=\"2\"><c>text</c><d><e/></d></r>")),
+              S_OK);
+    EV_XMLDOMNode from, to;
+    source.GetRootNode(from);
+    EV_XMLDOMDocument target;
+    target.New();
+    EXPECT_EQ(target.CloneTree(from, to), 1);
+    // The source moved from the document over the prolog to its element.
+    std::string name;
+    from.GetName(name);
+    EXPECT_EQ(name, "r");
+    ASSERT_EQ(target.AppendChild(to), S_OK);
+    EXPECT_EQ(Serial(target), "<r a=\"1\" b=\"2\"><c>text</c><d><e/></d></r>");
+}
+
+TEST(EV_XMLDOMDocument, CloneTreeOfATextNodeGivesZero) {
+    EV_XMLDOMDocument doc;
+    doc.LoadInMemory(Bytes("<r>t</r>"));
+    EV_XMLDOMNode text, to;
+    doc.FindFirstNode("#text", text);
+    EXPECT_EQ(doc.CloneTree(text, to), 0);
+    EXPECT_FALSE(to.IsValid());
+}
+
+TEST(EV_XMLDOMDocument, CloneTreeWithoutSourceGivesOne) {
+    EV_XMLDOMDocument doc;
+    doc.New();
+    EV_XMLDOMNode none, to;
+    EXPECT_EQ(doc.CloneTree(none, to), 1);
+    EXPECT_FALSE(to.IsValid());
+}
+
+TEST(EV_XMLDOMDocument, CloneTreeLetsALaterTextReplaceEarlierChildren) {
+    EV_XMLDOMDocument doc;
+    doc.LoadInMemory(Bytes("<r><x/>tail</r>"));
+    EV_XMLDOMNode from, to;
+    doc.FindFirstNode("r", from);
+    EXPECT_EQ(doc.CloneTree(from, to), 1);
+    EV_XMLDOMDocument out;
+    out.New();
+    out.AppendChild(to);
+    EXPECT_EQ(Serial(out), "<r>tail</r>");
+}
+
+TEST(EV_XMLDOMDocument, AttachTakesOverADocumentReference) {
+    EV_XMLDOMDocument first;
+    BuildSmallTree(first);
+    TNXmlParserDocument* raw = nullptr;
+    ASSERT_EQ(first.GetDocument(raw), S_OK);
+    TNXmlParserAddRef(raw);
+    EV_XMLDOMDocument second;
+    EXPECT_EQ(second.Attach(raw), S_OK);
+    first.Close();
+    EXPECT_EQ(Serial(second).find("<CTarnovelleArchive"), 0u);
+}
+
+TEST(EV_XMLDOMDocument, LivingDocumentsAreCounted) {
+    const int32_t before = EV_XMLDOMDocument::GetLivingDocumentCount();
+    {
+        EV_XMLDOMDocument a;
+        EV_XMLDOMDocument b;
+        EXPECT_EQ(EV_XMLDOMDocument::GetLivingDocumentCount(), before + 2);
+    }
+    EXPECT_EQ(EV_XMLDOMDocument::GetLivingDocumentCount(), before);
+}
+
+#ifndef NDEBUG
+namespace {
+std::vector<std::string> g_traced;
+void Record(const char* text) { g_traced.emplace_back(text); }
+}  // namespace
+
+TEST(EV_XMLDOMDocument, DeveloperTextsGoToTheTraceSinkInADebugBuild) {
+    TNTestDir dir;
+    const std::string bad = dir.WriteFile("bad.xml", "<a>");
+    RerouteScope reroute;
+    g_traced.clear();
+    TNTraceSink before = TNSetTraceSink(&Record);
+    {
+        EV_XMLDOMDocument doc;
+        doc.Save(false);
+        doc.Open(bad);
+        EV_XMLDOMNode none, to;
+        doc.CloneTree(none, to);
+    }
+    TNSetTraceSink(before);
+    const std::vector<std::string> expected = {
+        "_______ COM erfolgreich initialisiert. [EV_XMLDOMDocument->Constructor]\n",
+        "Fehler! Kein Filepath bekannt und kann daher nicht gespeichert werden. [EV_XMLDOMDocument->Save]\n",
+        "_______ Dokument geschlossen (Speicher freigegeben). [EV_XMLDOMDocument->Close]\n",
+        "_______ Neues Dokument erfolgreich erzeugt. [EV_XMLDOMDocument->New]\n",
+        "Fehler! Ein FehlerCode != 0 wurde zurueckgegeben. [EV_XMLDOMDocument->LoadDocumentAsync]\n",
+        "Fehler! XML Dokument konnte nicht geoeffnet werden. [EV_XMLDOMDocument->Open]\n",
+        "Fehler! Sourcenode ist ein NullPointer! [EV_XMLDOMDocument->CloneTree]\n",
+        "_______ Dokument geschlossen (Speicher freigegeben). [EV_XMLDOMDocument->Close]\n",
+        "_______ COM deinitialisiert. [EV_XMLDOMDocument->Destructor]\n",
+    };
+    EXPECT_EQ(g_traced, expected);
+}
+#else
+namespace {
+int g_traceCalls = 0;
+void Count(const char*) { ++g_traceCalls; }
+}  // namespace
+
+TEST(EV_XMLDOMDocument, DeveloperTextsHaveNoEffectInAReleaseBuild) {
+    TNTestDir dir;
+    TNTraceSink before = TNSetTraceSink(&Count);
+    {
+        EV_XMLDOMDocument doc;
+        doc.Save(false);
+        doc.New();
+        doc.SaveAs(dir / "x.xml", true);
+    }
+    TNSetTraceSink(before);
+    EXPECT_EQ(g_traceCalls, 0);
+}
+#endif

@@ -1,0 +1,195 @@
+#include "tarnovelle/support/detail/TNXmlParserImpl.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstring>
+
+void TNXmlParserAddRef(TNXmlParserDocument* document) {
+    if (document) ++document->refs;
+}
+
+void TNXmlParserRelease(TNXmlParserDocument* document) {
+    if (document && --document->refs == 0) delete document;
+}
+
+namespace tnxml {
+
+namespace {
+
+// Whitespace-only text is kept as it stands, so that a document keeps its
+// indentation through a load and a save; the prolog, processing instructions,
+// comments and the document type are kept too.
+constexpr unsigned kParseFlags = pugi::parse_default | pugi::parse_declaration | pugi::parse_pi |
+                                 pugi::parse_comments | pugi::parse_doctype | pugi::parse_ws_pcdata;
+
+struct StringWriter final : pugi::xml_writer {
+    std::string& out;
+    explicit StringWriter(std::string& target) : out(target) {}
+    void write(const void* data, size_t size) override {
+        out.append(static_cast<const char*>(data), size);
+    }
+};
+
+bool IsDetached(const TNXmlParserDocument* owner, pugi::xml_node node) {
+    return node == owner->detached;
+}
+
+bool IsTextNode(pugi::xml_node node) {
+    return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
+}
+
+void AppendText(const TNXmlParserDocument* owner, pugi::xml_node node, std::string& out) {
+    for (pugi::xml_node child = node.first_child(); child; child = child.next_sibling()) {
+        if (IsDetached(owner, child)) continue;
+        if (IsTextNode(child)) out += child.value();
+        else if (child.type() == pugi::node_element) AppendText(owner, child, out);
+    }
+}
+
+}  // namespace
+
+TNXmlParserNode* MakeNode(TNXmlParserDocument* owner, pugi::xml_node node) {
+    if (!owner || !node) return nullptr;
+    auto* made = new TNXmlParserNode;
+    made->owner = owner;
+    made->node = node;
+    TNXmlParserAddRef(owner);
+    return made;
+}
+
+void AddRef(TNXmlParserNode* node) {
+    if (node) ++node->refs;
+}
+
+void Release(TNXmlParserNode* node) {
+    if (!node || --node->refs > 0) return;
+    TNXmlParserRelease(node->owner);
+    delete node;
+}
+
+pugi::xml_node Parent(const TNXmlParserDocument* owner, pugi::xml_node node) {
+    pugi::xml_node parent = node.parent();
+    return IsDetached(owner, parent) ? pugi::xml_node() : parent;
+}
+
+pugi::xml_node FirstChild(const TNXmlParserDocument* owner, pugi::xml_node node) {
+    pugi::xml_node child = node.first_child();
+    return IsDetached(owner, child) ? child.next_sibling() : child;
+}
+
+pugi::xml_node NextSibling(const TNXmlParserDocument* owner, pugi::xml_node node) {
+    if (IsDetached(owner, node.parent())) return pugi::xml_node();
+    return node.next_sibling();
+}
+
+pugi::xml_node PreviousSibling(const TNXmlParserDocument* owner, pugi::xml_node node) {
+    if (IsDetached(owner, node.parent())) return pugi::xml_node();
+    pugi::xml_node previous = node.previous_sibling();
+    return IsDetached(owner, previous) ? pugi::xml_node() : previous;
+}
+
+int32_t ChildCount(const TNXmlParserDocument* owner, pugi::xml_node node) {
+    int32_t count = 0;
+    for (pugi::xml_node child = FirstChild(owner, node); child; child = child.next_sibling()) ++count;
+    return count;
+}
+
+std::string NodeName(pugi::xml_node node) {
+    switch (node.type()) {
+        case pugi::node_document: return "#document";
+        case pugi::node_pcdata: return "#text";
+        case pugi::node_cdata: return "#cdata-section";
+        case pugi::node_comment: return "#comment";
+        case pugi::node_declaration: return "xml";
+        default: return node.name();
+    }
+}
+
+std::string NodeText(const TNXmlParserDocument* owner, pugi::xml_node node) {
+    switch (node.type()) {
+        case pugi::node_element:
+        case pugi::node_document: {
+            std::string text;
+            AppendText(owner, node, text);
+            return text;
+        }
+        case pugi::node_declaration: return std::string();
+        default: return node.value();
+    }
+}
+
+bool SetNodeText(TNXmlParserDocument* owner, pugi::xml_node node, const char* text) {
+    switch (node.type()) {
+        case pugi::node_element: {
+            while (pugi::xml_node child = node.first_child()) Detach(owner, child);
+            if (*text == '\0') return true;
+            return node.append_child(pugi::node_pcdata).set_value(text);
+        }
+        case pugi::node_pcdata:
+        case pugi::node_cdata:
+        case pugi::node_comment:
+        case pugi::node_pi: return node.set_value(text);
+        default: return false;
+    }
+}
+
+void Detach(TNXmlParserDocument* owner, pugi::xml_node node) {
+    owner->detached.append_move(node);
+}
+
+bool HasAttributes(pugi::xml_node node) {
+    return node.type() == pugi::node_element || node.type() == pugi::node_declaration;
+}
+
+bool IsXmlName(const char* name) {
+    if (!name || *name == '\0') return false;
+    const auto first = static_cast<unsigned char>(*name);
+    if (!(std::isalpha(first) || first == '_' || first == ':' || first >= 0x80)) return false;
+    for (const char* p = name + 1; *p; ++p) {
+        const auto c = static_cast<unsigned char>(*p);
+        if (!(std::isalnum(c) || c == '_' || c == ':' || c == '-' || c == '.' || c >= 0x80)) return false;
+    }
+    return true;
+}
+
+TNXmlParserDocument* Parse(const char* bytes, size_t size, const std::string& url) {
+    auto* parsed = new (std::nothrow) TNXmlParserDocument;
+    if (!parsed) return nullptr;
+    const pugi::xml_parse_result result = parsed->doc.load_buffer(bytes, size, kParseFlags);
+    if (result) {
+        parsed->AddDetachedElement();
+        return parsed;
+    }
+    TNXmlParseError& error = parsed->parseError;
+    error.errorCode = static_cast<int32_t>(result.status);
+    error.url = url;
+    error.reason = result.description();
+    // The parser gives an offset; the report wants line and column, both from 1.
+    const size_t offset = std::min(static_cast<size_t>(std::max<ptrdiff_t>(result.offset, 0)), size);
+    const char* end = bytes + offset;
+    const char* lineStart = bytes;
+    int32_t line = 1;
+    for (const char* p = bytes; p < end; ++p) {
+        if (*p == '\n') {
+            ++line;
+            lineStart = p + 1;
+        }
+    }
+    error.line = line;
+    error.linepos = static_cast<int32_t>(end - lineStart) + 1;
+    // A document that did not parse is empty, as after New.
+    parsed->doc.reset();
+    parsed->AddDetachedElement();
+    return parsed;
+}
+
+std::string Serialize(const TNXmlParserDocument* owner) {
+    std::string out;
+    StringWriter writer(out);
+    for (pugi::xml_node child = FirstChild(owner, owner->doc); child; child = child.next_sibling()) {
+        child.print(writer, "", pugi::format_raw, pugi::encoding_utf8);
+    }
+    return out;
+}
+
+}  // namespace tnxml
