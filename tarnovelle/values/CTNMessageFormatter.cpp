@@ -18,28 +18,28 @@ struct SConversion {
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
 // Reads digits into `out`, at most kMaxDigits of them.
-bool ReadDigits(std::string_view spec, size_t& at, std::string& out) {
-    while (at < spec.size() && IsDigit(spec[at])) out += spec[at++];
+bool ReadDigits(std::string_view conversionText, size_t& at, std::string& out) {
+    while (at < conversionText.size() && IsDigit(conversionText[at])) out += conversionText[at++];
     return out.size() <= kMaxDigits;
 }
 
-bool ParseConversion(std::string_view spec, SConversion& out) {
+bool ParseConversion(std::string_view conversionText, SConversion& out) {
     size_t at = 0;
-    while (at < spec.size() && std::strchr("-+ #0", spec[at]) != nullptr && spec[at] != '\0') out.flags += spec[at++];
-    if (!ReadDigits(spec, at, out.width)) return false;
-    if (at < spec.size() && spec[at] == '.') {
+    while (at < conversionText.size() && std::strchr("-+ #0", conversionText[at]) != nullptr && conversionText[at] != '\0') out.flags += conversionText[at++];
+    if (!ReadDigits(conversionText, at, out.width)) return false;
+    if (at < conversionText.size() && conversionText[at] == '.') {
         out.hasPrecision = true;
         ++at;
-        if (!ReadDigits(spec, at, out.precision)) return false;
+        if (!ReadDigits(conversionText, at, out.precision)) return false;
     }
     // Length modifiers carry no meaning here: each argument knows its width.
-    if (spec.substr(at, 3) == "I64" || spec.substr(at, 3) == "I32") {
+    if (conversionText.substr(at, 3) == "I64" || conversionText.substr(at, 3) == "I32") {
         at += 3;
     } else {
-        while (at < spec.size() && (spec[at] == 'h' || spec[at] == 'l' || spec[at] == 'w')) ++at;
+        while (at < conversionText.size() && (conversionText[at] == 'h' || conversionText[at] == 'l' || conversionText[at] == 'w')) ++at;
     }
-    if (at + 1 != spec.size() || std::strchr("diuxXocsS", spec[at]) == nullptr || spec[at] == '\0') return false;
-    out.conversion = spec[at] == 'S' ? 's' : spec[at];
+    if (at + 1 != conversionText.size() || std::strchr("diuxXocsS", conversionText[at]) == nullptr || conversionText[at] == '\0') return false;
+    out.conversion = conversionText[at] == 'S' ? 's' : conversionText[at];
     return true;
 }
 
