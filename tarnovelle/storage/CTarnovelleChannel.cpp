@@ -17,8 +17,6 @@
 
 namespace {
 
-// The platform's code for a failed open, when nothing more precise was recorded.
-constexpr uint32_t kOpenFailedLastError = 110;
 // The bit pattern of an invalid value in a float block.
 constexpr uint32_t kInvalidFloatBits = 0x7ff00000u;
 // The digit that marks an invalid value in a digit block.
@@ -28,9 +26,7 @@ constexpr uint16_t kInvalidDigit = 0x8000u;
 // loop) becomes the file service's exception for the thread's last error.
 void OpenDataFile(CTarnovelleFile& file, const std::string& path, uint32_t flags) {
     if (file.Open(path.c_str(), flags)) return;
-    if (TNGetLastError() == 0) TNSetLastError(kOpenFailedLastError);
-    const long error = static_cast<long>(TNGetLastError());
-    throw CFileException(CFileException::CauseFromErrno(static_cast<int>(error)), error, path);
+    CTarnovelleFile::ThrowOpenFailure(path);
 }
 
 void CloseQuietly(CTarnovelleFile& file) {

@@ -11,7 +11,6 @@ namespace {
 // Create if missing, keep what is there, write only; Open adds "exclusive".
 constexpr uint32_t kOpenForAppend =
     CTarnovelleFile::modeCreate | CTarnovelleFile::modeNoTruncate | CTarnovelleFile::modeWrite;
-constexpr uint32_t kOpenFailedLastError = 110;
 
 // The path without its extension: the text before the last dot, when that dot
 // lies behind the last separator and is not the first character.
@@ -80,9 +79,7 @@ ETarnovelleErrors CTarnovelleChannelDataFile::Open() {
     m_pFile = std::make_unique<CTarnovelleFile>();
     if (!m_pFile->Open(dataPath.c_str(), kOpenForAppend)) {
         m_pFile.reset();
-        if (TNGetLastError() == 0) TNSetLastError(kOpenFailedLastError);
-        const long error = static_cast<long>(TNGetLastError());
-        throw CFileException(CFileException::CauseFromErrno(static_cast<int>(error)), error, dataPath);
+        CTarnovelleFile::ThrowOpenFailure(dataPath);
     }
     try {
         // The test is on the length, not on emptiness: a file of 1 to 19

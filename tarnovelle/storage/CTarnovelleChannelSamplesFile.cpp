@@ -14,8 +14,6 @@ namespace {
 
 // Size of the data file's own header: the first block's values start behind it.
 constexpr uint32_t kFirstDataPosition = 20;
-// The platform's code for a failed open, when nothing more precise was recorded.
-constexpr uint32_t kOpenFailedLastError = 110;
 constexpr uint32_t kSamplesFileOpenFlags =
     CTarnovelleFile::modeCreate | CTarnovelleFile::modeNoTruncate | CTarnovelleFile::modeReadWrite;
 
@@ -170,9 +168,7 @@ ETarnovelleErrors CTarnovelleChannelSamplesFile::Init(const char* path) {
     const std::string samPath = GetSamFilePath();
     CTarnovelleFile file;
     if (!file.Open(samPath.c_str(), CTarnovelleFile::modeRead)) {
-        if (TNGetLastError() == 0) TNSetLastError(kOpenFailedLastError);
-        const int err = static_cast<int>(TNGetLastError());
-        throw CFileException(CFileException::CauseFromErrno(err), err, samPath);
+        CTarnovelleFile::ThrowOpenFailure(samPath);
     }
     ETarnovelleErrors result = TNE_OK;
     try {

@@ -45,6 +45,12 @@ std::string CTarnovelleFile::GetFilePath() const { return m_File.GetFilePath(); 
 
 void CTarnovelleFile::ThrowException(const char* action) const { TarnovelleThrowException(GetFilePath(), action); }
 
+void CTarnovelleFile::ThrowOpenFailure(const std::string& path) {
+    if (TNGetLastError() == 0) TNSetLastError(kOpenFailedLastError);
+    const int error = static_cast<int>(TNGetLastError());
+    throw CFileException(CFileException::CauseFromErrno(error), error, path);
+}
+
 bool CTarnovelleFile::HasValidHandle() const {
     const uint32_t h = m_File.GetHandle();
     return h != 0 && h != hFileNull;

@@ -59,6 +59,11 @@ public:
 
     [[noreturn]] void ThrowException(const char* action) const;
 
+    // What a caller throws when Open gave up: the file service's exception
+    // for the thread's last-error value, which becomes 110 (a failed open)
+    // where nothing was recorded.
+    [[noreturn]] static void ThrowOpenFailure(const std::string& path);
+
     CTarnovelleFile(const CTarnovelleFile&) = delete;
     CTarnovelleFile& operator=(const CTarnovelleFile&) = delete;
 
