@@ -9,28 +9,12 @@
 
 #include "tarnovelle/support/TNExport.h"
 #include "tarnovelle/values/CTNUTCTimeStamp.h"
-#include "tarnovelle/values/STarnovelleTimeStampInMsec.h"
+#include "tarnovelle/values/STNBinaryValue.h"
 
 #pragma pack(push, 1)
-struct TNVL_EXPORT SBinary_BYTE : public STarnovelleTimeStampInMsec {
-    uint8_t m_Value;
-
-    SBinary_BYTE() : STarnovelleTimeStampInMsec(0, 0), m_Value(0) {}
-    SBinary_BYTE(const CTNUTCTimeStamp& stamp, uint8_t value) : STarnovelleTimeStampInMsec(stamp), m_Value(value) {}
-    SBinary_BYTE(const SBinary_BYTE&) = default;
-    SBinary_BYTE& operator=(const SBinary_BYTE&) = default;
-
-    // Clamped into the stamp's range (seconds from 0x80000000 on give MaxTS).
-    CTNUTCTimeStamp GetTimeStamp() const { return GetUTCTimeStamp(); }
-    uint32_t GetTime() const { return dwTime; }
-    uint16_t GetMilliseconds() const { return wMilliseconds; }
-    void SetTimeStamp(const CTNUTCTimeStamp& stamp) {
-        dwTime = stamp.GetSecondsSince1970();
-        wMilliseconds = stamp.GetMilliseconds();
-    }
-
-    uint8_t GetValue() const { return m_Value; }
-    void SetValue(uint8_t value) { m_Value = value; }
+struct TNVL_EXPORT SBinary_BYTE : public STNBinaryValue<uint8_t> {
+    SBinary_BYTE() = default;
+    SBinary_BYTE(const CTNUTCTimeStamp& stamp, uint8_t value) : STNBinaryValue<uint8_t>(stamp, value) {}
 };
 #pragma pack(pop)
 

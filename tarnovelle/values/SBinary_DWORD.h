@@ -9,28 +9,12 @@
 
 #include "tarnovelle/support/TNExport.h"
 #include "tarnovelle/values/CTNUTCTimeStamp.h"
-#include "tarnovelle/values/STarnovelleTimeStampInMsec.h"
+#include "tarnovelle/values/STNBinaryValue.h"
 
 #pragma pack(push, 1)
-struct TNVL_EXPORT SBinary_DWORD : public STarnovelleTimeStampInMsec {
-    uint32_t m_Value;
-
-    SBinary_DWORD() : STarnovelleTimeStampInMsec(0, 0), m_Value(0) {}
-    SBinary_DWORD(const CTNUTCTimeStamp& stamp, uint32_t value) : STarnovelleTimeStampInMsec(stamp), m_Value(value) {}
-    SBinary_DWORD(const SBinary_DWORD&) = default;
-    SBinary_DWORD& operator=(const SBinary_DWORD&) = default;
-
-    // Clamped into the stamp's range (seconds from 0x80000000 on give MaxTS).
-    CTNUTCTimeStamp GetTimeStamp() const { return GetUTCTimeStamp(); }
-    uint32_t GetTime() const { return dwTime; }
-    uint16_t GetMilliseconds() const { return wMilliseconds; }
-    void SetTimeStamp(const CTNUTCTimeStamp& stamp) {
-        dwTime = stamp.GetSecondsSince1970();
-        wMilliseconds = stamp.GetMilliseconds();
-    }
-
-    uint32_t GetValue() const { return m_Value; }
-    void SetValue(uint32_t value) { m_Value = value; }
+struct TNVL_EXPORT SBinary_DWORD : public STNBinaryValue<uint32_t> {
+    SBinary_DWORD() = default;
+    SBinary_DWORD(const CTNUTCTimeStamp& stamp, uint32_t value) : STNBinaryValue<uint32_t>(stamp, value) {}
 };
 #pragma pack(pop)
 

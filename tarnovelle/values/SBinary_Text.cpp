@@ -3,15 +3,15 @@
 #include <algorithm>
 #include <cstring>
 
-SBinary_Text::SBinary_Text() : STarnovelleTimeStampInMsec(0, 0) {
+SBinary_Text::SBinary_Text() {
     std::memset(m_Value, 0, sizeof m_Value);
 }
 
-SBinary_Text::SBinary_Text(const CTNUTCTimeStamp& stamp, const std::string& text) : STarnovelleTimeStampInMsec(stamp) {
+SBinary_Text::SBinary_Text(const CTNUTCTimeStamp& stamp, const std::string& text) : STNValueRecord(stamp) {
     SetValue(text);
 }
 
-SBinary_Text::SBinary_Text(const CTNUTCTimeStamp& stamp, const char* text) : STarnovelleTimeStampInMsec(stamp) {
+SBinary_Text::SBinary_Text(const CTNUTCTimeStamp& stamp, const char* text) : STNValueRecord(stamp) {
     SetValue(text);
 }
 

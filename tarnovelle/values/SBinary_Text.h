@@ -16,10 +16,10 @@
 
 #include "tarnovelle/support/TNExport.h"
 #include "tarnovelle/values/CTNUTCTimeStamp.h"
-#include "tarnovelle/values/STarnovelleTimeStampInMsec.h"
+#include "tarnovelle/values/STNValueRecord.h"
 
 #pragma pack(push, 1)
-struct TNVL_EXPORT SBinary_Text : public STarnovelleTimeStampInMsec {
+struct TNVL_EXPORT SBinary_Text : public STNValueRecord {
     static constexpr size_t TEXT_LENGTH = 250;
 
     char m_Value[TEXT_LENGTH];
@@ -29,15 +29,6 @@ struct TNVL_EXPORT SBinary_Text : public STarnovelleTimeStampInMsec {
     SBinary_Text(const CTNUTCTimeStamp& stamp, const char* text);
     SBinary_Text(const SBinary_Text&) = default;
     SBinary_Text& operator=(const SBinary_Text&) = default;
-
-    // Clamped into the stamp's range (seconds from 0x80000000 on give MaxTS).
-    CTNUTCTimeStamp GetTimeStamp() const { return GetUTCTimeStamp(); }
-    uint32_t GetTime() const { return dwTime; }
-    uint16_t GetMilliseconds() const { return wMilliseconds; }
-    void SetTimeStamp(const CTNUTCTimeStamp& stamp) {
-        dwTime = stamp.GetSecondsSince1970();
-        wMilliseconds = stamp.GetMilliseconds();
-    }
 
     std::string GetValue() const;
     void SetValue(const std::string& text);

@@ -9,28 +9,12 @@
 
 #include "tarnovelle/support/TNExport.h"
 #include "tarnovelle/values/CTNUTCTimeStamp.h"
-#include "tarnovelle/values/STarnovelleTimeStampInMsec.h"
+#include "tarnovelle/values/STNBinaryValue.h"
 
 #pragma pack(push, 1)
-struct TNVL_EXPORT SBinary_WORD : public STarnovelleTimeStampInMsec {
-    uint16_t m_Value;
-
-    SBinary_WORD() : STarnovelleTimeStampInMsec(0, 0), m_Value(0) {}
-    SBinary_WORD(const CTNUTCTimeStamp& stamp, uint16_t value) : STarnovelleTimeStampInMsec(stamp), m_Value(value) {}
-    SBinary_WORD(const SBinary_WORD&) = default;
-    SBinary_WORD& operator=(const SBinary_WORD&) = default;
-
-    // Clamped into the stamp's range (seconds from 0x80000000 on give MaxTS).
-    CTNUTCTimeStamp GetTimeStamp() const { return GetUTCTimeStamp(); }
-    uint32_t GetTime() const { return dwTime; }
-    uint16_t GetMilliseconds() const { return wMilliseconds; }
-    void SetTimeStamp(const CTNUTCTimeStamp& stamp) {
-        dwTime = stamp.GetSecondsSince1970();
-        wMilliseconds = stamp.GetMilliseconds();
-    }
-
-    uint16_t GetValue() const { return m_Value; }
-    void SetValue(uint16_t value) { m_Value = value; }
+struct TNVL_EXPORT SBinary_WORD : public STNBinaryValue<uint16_t> {
+    SBinary_WORD() = default;
+    SBinary_WORD(const CTNUTCTimeStamp& stamp, uint16_t value) : STNBinaryValue<uint16_t>(stamp, value) {}
 };
 #pragma pack(pop)
 

@@ -15,30 +15,21 @@
 
 #include "tarnovelle/support/TNExport.h"
 #include "tarnovelle/values/CTNUTCTimeStamp.h"
-#include "tarnovelle/values/STarnovelleTimeStampInMsec.h"
+#include "tarnovelle/values/STNValueRecord.h"
 
 #pragma pack(push, 1)
-struct TNVL_EXPORT SEvent : public STarnovelleTimeStampInMsec {
+struct TNVL_EXPORT SEvent : public STNValueRecord {
     float m_PreviousValue;
     float m_ActualValue;
 
     // The bits of the invalid value marker.
     static constexpr uint32_t INVALID_VALUE_BITS = 0x7FF00000u;
 
-    SEvent() : STarnovelleTimeStampInMsec(0, 0), m_PreviousValue(0.0f), m_ActualValue(0.0f) {}
+    SEvent() : m_PreviousValue(0.0f), m_ActualValue(0.0f) {}
     SEvent(const CTNUTCTimeStamp& stamp, float previousValue, float actualValue)
-        : STarnovelleTimeStampInMsec(stamp), m_PreviousValue(previousValue), m_ActualValue(actualValue) {}
+        : STNValueRecord(stamp), m_PreviousValue(previousValue), m_ActualValue(actualValue) {}
     SEvent(const SEvent&) = default;
     SEvent& operator=(const SEvent&) = default;
-
-    // Clamped into the stamp's range (seconds from 0x80000000 on give MaxTS).
-    CTNUTCTimeStamp GetTimeStamp() const { return GetUTCTimeStamp(); }
-    uint32_t GetTime() const { return dwTime; }
-    uint16_t GetMilliseconds() const { return wMilliseconds; }
-    void SetTimeStamp(const CTNUTCTimeStamp& stamp) {
-        dwTime = stamp.GetSecondsSince1970();
-        wMilliseconds = stamp.GetMilliseconds();
-    }
 
     float GetPreviousValue() const { return m_PreviousValue; }
     float GetActualValue() const { return m_ActualValue; }
