@@ -4,32 +4,13 @@
 // to floats.
 #include <benchmark/benchmark.h>
 
-#include <filesystem>
-#include <random>
 #include <string>
 #include <vector>
 
 #include "tarnovelle/storage/CTarnovelleChannel.h"
+#include "tests/support/TNTestDir.h"
 
 namespace {
-
-// A scratch directory removed with everything in it.
-class ScratchDir {
-public:
-    ScratchDir()
-        : m_path(std::filesystem::temp_directory_path() /
-                 ("tnvl-bench-" + std::to_string(std::random_device{}()))) {
-        std::filesystem::create_directories(m_path);
-    }
-    ~ScratchDir() {
-        std::error_code ec;
-        std::filesystem::remove_all(m_path, ec);
-    }
-    std::string Path() const { return m_path.string(); }
-
-private:
-    std::filesystem::path m_path;
-};
 
 const GUID kGuid = {1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}};
 const SChannelID kMean(0x03010001u);
@@ -38,7 +19,7 @@ CTNUTCTimeStamp At(uint32_t seconds) { return CTNUTCTimeStamp::CreateUTCTimeStam
 
 void BM_WriteCycleOfOneFloatBlock(benchmark::State& state) {
     const uint32_t count = static_cast<uint32_t>(state.range(0));
-    ScratchDir dir;
+    TNTestDir dir;
     CTarnovelleChannel channel;
     channel.Create(dir.Path(), kGuid, kMean, "", 0, 0, 0, 0);
     channel.Close();
@@ -58,7 +39,7 @@ BENCHMARK(BM_WriteCycleOfOneFloatBlock)->Arg(1)->Arg(600)->Arg(86400);
 
 void BM_GetArray(benchmark::State& state, bool digits) {
     const uint32_t count = static_cast<uint32_t>(state.range(0));
-    ScratchDir dir;
+    TNTestDir dir;
     CTarnovelleChannel channel;
     channel.Create(dir.Path(), kGuid, kMean, "", 0, 0, 0, 0);
     if (digits) {

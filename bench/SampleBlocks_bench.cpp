@@ -8,14 +8,13 @@
 //                        whole block is read and all but its edges copied.
 #include <benchmark/benchmark.h>
 
-#include <filesystem>
-#include <random>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "tarnovelle/storage/CTarnovelleChannel.h"
 #include "tarnovelle/storage/CTarnovelleSample.h"
+#include "tests/support/TNTestDir.h"
 
 namespace {
 
@@ -24,31 +23,9 @@ const SChannelID kMeans(CT_VOLTAGE, PH_L1, MVT_MEAN);
 // Data files are started afresh once they pass this size.
 constexpr uint64_t kRestartBytes = 256u << 20;
 
-class TempFolder {
-public:
-    TempFolder()
-        : m_path(std::filesystem::temp_directory_path() /
-                 ("tarnovelle-bench-" + std::to_string(std::random_device{}()))) {
-        std::filesystem::create_directories(m_path);
-    }
-    ~TempFolder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(m_path, ignored);
-    }
-    std::string Path() const { return m_path.string(); }
-    void Clear() {
-        std::error_code ignored;
-        std::filesystem::remove_all(m_path, ignored);
-        std::filesystem::create_directories(m_path);
-    }
-
-private:
-    std::filesystem::path m_path;
-};
-
 CTNUTCTimeStamp Start() { return CTNUTCTimeStamp::CreateUTCTimeStamp2000(); }
 
-void CreateChannel(const TempFolder& folder, CTarnovelleChannel& channel) {
+void CreateChannel(const TNTestDir& folder, CTarnovelleChannel& channel) {
     if (channel.Create(folder.Path(), kPoint, kMeans, "bench", 1, 0, 0, 0) != TNE_OK || channel.Close() != TNE_OK)
         throw std::runtime_error("channel not created");
 }
@@ -56,7 +33,7 @@ void CreateChannel(const TempFolder& folder, CTarnovelleChannel& channel) {
 void BM_SaveBlock(benchmark::State& state) {
     const uint32_t count = static_cast<uint32_t>(state.range(0));
     const std::vector<float> values(count, 230.0f);
-    TempFolder folder;
+    TNTestDir folder;
     CTarnovelleChannel channel;
     CreateChannel(folder, channel);
     CTNUTCTimeStamp start = Start();
@@ -84,7 +61,7 @@ void BM_SaveBlock(benchmark::State& state) {
 }
 
 // A channel holding one block of `count` values, for the reading benchmarks.
-void PrepareBlock(const TempFolder& folder, CTarnovelleChannel& channel, uint32_t count) {
+void PrepareBlock(const TNTestDir& folder, CTarnovelleChannel& channel, uint32_t count) {
     const std::vector<float> values(count, 230.0f);
     CTarnovelleChannel writer;
     CTarnovelleSample sample(Start(), CTNMSecTimeSpan(1, 0), count, values.data());
@@ -96,7 +73,7 @@ void PrepareBlock(const TempFolder& folder, CTarnovelleChannel& channel, uint32_
 
 void BM_ReadWholeBlock(benchmark::State& state) {
     const uint32_t count = static_cast<uint32_t>(state.range(0));
-    TempFolder folder;
+    TNTestDir folder;
     CTarnovelleChannel channel;
     PrepareBlock(folder, channel, count);
     for (auto _ : state) {
@@ -113,7 +90,7 @@ void BM_ReadWholeBlock(benchmark::State& state) {
 
 void BM_ReadCroppedBlock(benchmark::State& state) {
     const uint32_t count = static_cast<uint32_t>(state.range(0));
-    TempFolder folder;
+    TNTestDir folder;
     CTarnovelleChannel channel;
     PrepareBlock(folder, channel, count);
     // A quarter of a second into the first value to a quarter before the end.

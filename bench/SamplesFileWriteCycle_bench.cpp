@@ -3,36 +3,17 @@
 // header), and a reader's Init of the same file.
 #include <benchmark/benchmark.h>
 
-#include <filesystem>
-#include <random>
 #include <string>
 
 #include "tarnovelle/storage/CTarnovelleChannelSamplesFile.h"
+#include "tests/support/TNTestDir.h"
 
 namespace {
-
-// A scratch directory removed with everything in it.
-class ScratchDir {
-public:
-    ScratchDir()
-        : m_path(std::filesystem::temp_directory_path() /
-                 ("tnvl-bench-" + std::to_string(std::random_device{}()))) {
-        std::filesystem::create_directories(m_path);
-    }
-    ~ScratchDir() {
-        std::error_code ec;
-        std::filesystem::remove_all(m_path, ec);
-    }
-    std::string operator/(const std::string& name) const { return (m_path / name).string(); }
-
-private:
-    std::filesystem::path m_path;
-};
 
 CTNUTCTimeStamp At(uint32_t seconds) { return CTNUTCTimeStamp::CreateUTCTimeStamp2000() + CTNMSecTimeSpan(seconds, 0); }
 
 // A mean channel with `blocks` blocks, one minute each, a gap between them.
-std::string MakeChannel(const ScratchDir& dir, int blocks) {
+std::string MakeChannel(const TNTestDir& dir, int blocks) {
     const std::string base = dir / "03010001";
     const GUID guid = {1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}};
     CTarnovelleChannelSamplesFile file;
@@ -46,7 +27,7 @@ std::string MakeChannel(const ScratchDir& dir, int blocks) {
 }
 
 void BM_WriteCycleExtendingTheLastBlock(benchmark::State& state) {
-    ScratchDir dir;
+    TNTestDir dir;
     const std::string base = MakeChannel(dir, static_cast<int>(state.range(0)));
     CTarnovelleChannelSamplesFile file;
     file.Init(base.c_str());
@@ -62,7 +43,7 @@ void BM_WriteCycleExtendingTheLastBlock(benchmark::State& state) {
 BENCHMARK(BM_WriteCycleExtendingTheLastBlock)->Arg(10)->Arg(10000);
 
 void BM_ReaderInit(benchmark::State& state) {
-    ScratchDir dir;
+    TNTestDir dir;
     const std::string base = MakeChannel(dir, static_cast<int>(state.range(0)));
     for (auto _ : state) {
         CTarnovelleChannelSamplesFile file;

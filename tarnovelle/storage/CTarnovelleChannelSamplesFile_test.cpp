@@ -22,6 +22,7 @@
 #include "tests/support/TNChildProcess.h"
 #include "tests/support/TNLogCapture.h"
 #include "tests/support/TNTestDir.h"
+#include "tests/support/TNRecordingClock.h"
 
 namespace {
 
@@ -131,16 +132,6 @@ protected:
     TNTestDir m_dir;
 };
 
-// The real clock, with every sleep recorded.
-class RecordingRealClock : public CTNClock {
-public:
-    uint64_t NowMilliseconds() override { return CTNClock::Default()->NowMilliseconds(); }
-    void Sleep(uint32_t ms) override {
-        sleeps.push_back(ms);
-        CTNClock::Default()->Sleep(ms);
-    }
-    std::vector<uint32_t> sleeps;
-};
 
 }  // namespace
 
@@ -905,7 +896,7 @@ TEST_F(SamplesFileTest, ReaderInitDuringAnotherProcesssWriteCycleWaitsAndSeesThe
         return f.Close() == TNE_OK ? 0 : 2;
     });
     ASSERT_TRUE(writer.WaitForChild());
-    RecordingRealClock clock;
+    TNRecordingClock clock;
     CTNScopedClock scope(&clock);
     TestSamplesFile reader;
     ASSERT_EQ(reader.Init(Base().c_str()), TNE_OK);
@@ -931,7 +922,7 @@ TEST_F(SamplesFileTest, SecondWriterWaitsForTheFirstWriteCycle) {
         return f.Close() == TNE_OK ? 0 : 2;
     });
     ASSERT_TRUE(first.WaitForChild());
-    RecordingRealClock clock;
+    TNRecordingClock clock;
     CTNScopedClock scope(&clock);
     TestSamplesFile second;
     second.m_strBasePath = Base();

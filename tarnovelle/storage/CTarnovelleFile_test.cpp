@@ -17,6 +17,7 @@
 #include "tests/support/TNChildProcess.h"
 #include "tests/support/TNLogCapture.h"
 #include "tests/support/TNTestDir.h"
+#include "tests/support/TNRecordingClock.h"
 
 namespace {
 
@@ -26,16 +27,6 @@ protected:
     TNLogCapture m_log;
 };
 
-// The real clock, with every sleep recorded.
-class RecordingRealClock : public CTNClock {
-public:
-    uint64_t NowMilliseconds() override { return CTNClock::Default()->NowMilliseconds(); }
-    void Sleep(uint32_t ms) override {
-        sleeps.push_back(ms);
-        CTNClock::Default()->Sleep(ms);
-    }
-    std::vector<uint32_t> sleeps;
-};
 
 std::string ThrownText(const std::function<void()>& f) {
     try {
@@ -67,7 +58,7 @@ TEST_F(CTarnovelleFileTest, FileHeldByAnotherProcessForAboutTwoSecondsOpensOnThe
         return 0;
     });
     ASSERT_TRUE(holder.WaitForChild());
-    RecordingRealClock clock;
+    TNRecordingClock clock;
     CTNScopedClock scope(&clock);
     CTarnovelleFile file;
     ASSERT_NE(file.Open(path.c_str(), CTarnovelleFile::modeWrite), 0);

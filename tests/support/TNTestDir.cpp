@@ -26,6 +26,11 @@ TNTestDir::~TNTestDir() {
     std::filesystem::remove_all(m_path, ec);
 }
 
+void TNTestDir::Clear() const {
+    std::error_code ec;
+    for (const auto& entry : std::filesystem::directory_iterator(m_path, ec)) std::filesystem::remove_all(entry.path(), ec);
+}
+
 std::string TNTestDir::WriteFile(const std::string& name, const std::string& bytes) const {
     const std::string path = m_path + "/" + name;
     std::ofstream out(path, std::ios::binary | std::ios::trunc);

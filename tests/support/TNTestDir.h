@@ -15,6 +15,9 @@ public:
     // Path of `name` inside the directory.
     std::string operator/(const std::string& name) const { return m_path + "/" + name; }
 
+    // Removes everything inside the directory, keeping the directory.
+    void Clear() const;
+
     // Writes `bytes` to the file `name` inside the directory; returns its path.
     std::string WriteFile(const std::string& name, const std::string& bytes) const;
     // Reads a whole file as bytes; empty if it does not exist.
