@@ -16,23 +16,9 @@
 #include "tarnovelle/support/CTNProfile.h"
 #include "tarnovelle/support/CTarnovelleException.h"
 #include "tests/support/TNTestDir.h"
+#include "tests/support/TNLogKeys.h"
 
 namespace {
-
-std::string Section(const std::string& category) {
-    char text[16];
-    std::snprintf(text, sizeof(text), "%08lx", static_cast<unsigned long>(getpid()));
-    return std::string(text) + "_" + category;
-}
-
-std::string KeyAt(uint64_t milliseconds) {
-    const time_t seconds = static_cast<time_t>(milliseconds / 1000);
-    struct tm local {};
-    localtime_r(&seconds, &local);
-    char key[64];
-    strftime(key, sizeof(key), "%m/%d/%Y_%H:%M:%S", &local);
-    return key;
-}
 
 // The fake clock that also lets go of a held file at a chosen sleep, standing
 // in for another holder that closes after some two seconds.
@@ -57,7 +43,7 @@ protected:
     std::string Ini() const { return dir / "tarnovelle.ini"; }
     std::string Log() const { return dir / "tarnovelle.Log"; }
     std::string Entry(const std::string& category, uint64_t milliseconds) const {
-        return CTNProfile(Log()).GetProfileString(Section(category), KeyAt(milliseconds), "<none>");
+        return CTNProfile(Log()).GetProfileString(TNLogSection(category), TNLogKeyAt(milliseconds), "<none>");
     }
 
     TNTestDir dir;
@@ -85,7 +71,7 @@ TEST_F(ErrorLogTest, TheRaisedExceptionIsLoggedWithFileAndAction) {
     CTarnovelleFile never;
     EXPECT_THROW(never.Seek(0, 0), CTarnovelleException);
     // The text holds a line break, which the profile file keeps as it stands.
-    EXPECT_EQ(TNTestDir::ReadFile(Log()), "[" + Section("CTarnovelleException") + "]\n" + KeyAt(kNow) +
+    EXPECT_EQ(TNTestDir::ReadFile(Log()), "[" + TNLogSection("CTarnovelleException") + "]\n" + TNLogKeyAt(kNow) +
                                               "=Exception: file = ''\naction = invalid handle in Seek\n");
 }
 
@@ -118,9 +104,9 @@ TEST_F(ErrorLogTest, ARetriedOpenLeavesOpenFailedEntriesWhenSwitchedOn) {
         const std::string text = Entry("Open failed", at);
         EXPECT_EQ(text.rfind("Write = '", 0), 0u) << text;
     }
-    EXPECT_NE(KeyAt(tries[0]), KeyAt(tries[1]));
-    EXPECT_EQ(KeyAt(tries[1]), KeyAt(tries[2]));
-    EXPECT_NE(KeyAt(tries[2]), KeyAt(tries[3]));
+    EXPECT_NE(TNLogKeyAt(tries[0]), TNLogKeyAt(tries[1]));
+    EXPECT_EQ(TNLogKeyAt(tries[1]), TNLogKeyAt(tries[2]));
+    EXPECT_NE(TNLogKeyAt(tries[2]), TNLogKeyAt(tries[3]));
     const std::string log = TNTestDir::ReadFile(Log());
     size_t lines = 0;
     for (size_t pos = log.find("\nWrite"); pos != std::string::npos; pos = log.find("\nWrite", pos + 1)) ++lines;

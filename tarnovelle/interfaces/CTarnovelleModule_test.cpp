@@ -20,6 +20,7 @@
 #include "tarnovelle/values/CTarnovelleHelp.h"
 #include "tarnovelle/values/CTarnovelleTextManager.h"
 #include "tests/support/TNTestDir.h"
+#include "tests/support/TNLogKeys.h"
 
 namespace {
 
@@ -35,23 +36,6 @@ private:
 };
 
 struct Target {};
-
-// The section of this process's entries of a category.
-std::string Section(const std::string& category) {
-    char text[16];
-    std::snprintf(text, sizeof(text), "%08lx", static_cast<unsigned long>(getpid()));
-    return std::string(text) + "_" + category;
-}
-
-// The key of an entry logged at `milliseconds` (UTC), in the machine's zone.
-std::string KeyAt(uint64_t milliseconds) {
-    const time_t seconds = static_cast<time_t>(milliseconds / 1000);
-    struct tm local {};
-    localtime_r(&seconds, &local);
-    char key[64];
-    strftime(key, sizeof(key), "%m/%d/%Y_%H:%M:%S", &local);
-    return key;
-}
 
 constexpr uint64_t kNow = 1700000000000ull;
 
@@ -126,7 +110,7 @@ TEST_F(ModuleTest, StoredSettingsAreKeptAsTheyStand) {
 TEST_F(ModuleTest, LogErrorWritesOneEntryBesideTheIniFile) {
     CTarnovelleModule::GetModule().LogError("CTarnovelleException", "something broke");
     EXPECT_EQ(TNTestDir::ReadFile(Log()),
-              "[" + Section("CTarnovelleException") + "]\n" + KeyAt(kNow) + "=something broke\n");
+              "[" + TNLogSection("CTarnovelleException") + "]\n" + TNLogKeyAt(kNow) + "=something broke\n");
 }
 
 TEST_F(ModuleTest, EntriesOfDifferentSecondsAreKept) {
@@ -135,8 +119,8 @@ TEST_F(ModuleTest, EntriesOfDifferentSecondsAreKept) {
     clock.Advance(1000);
     module.LogError("CTarnovelleException", "second");
     CTNProfile log(Log());
-    EXPECT_EQ(log.GetProfileString(Section("CTarnovelleException"), KeyAt(kNow), ""), "first");
-    EXPECT_EQ(log.GetProfileString(Section("CTarnovelleException"), KeyAt(kNow + 1000), ""), "second");
+    EXPECT_EQ(log.GetProfileString(TNLogSection("CTarnovelleException"), TNLogKeyAt(kNow), ""), "first");
+    EXPECT_EQ(log.GetProfileString(TNLogSection("CTarnovelleException"), TNLogKeyAt(kNow + 1000), ""), "second");
 }
 
 TEST_F(ModuleTest, TwoFailuresWithinOneSecondLeaveOneEntryWithTheLaterText) {
@@ -145,7 +129,7 @@ TEST_F(ModuleTest, TwoFailuresWithinOneSecondLeaveOneEntryWithTheLaterText) {
     ReportException("OperationOne", &first);
     clock.Advance(999);
     ReportException("OperationTwo", &second);
-    EXPECT_EQ(TNTestDir::ReadFile(Log()), "[" + Section("CTarnovelleException") + "]\n" + KeyAt(kNow) +
+    EXPECT_EQ(TNTestDir::ReadFile(Log()), "[" + TNLogSection("CTarnovelleException") + "]\n" + TNLogKeyAt(kNow) +
                                               "=CTextException in 'OperationTwo' = 'second failure'\n");
 }
 
@@ -166,7 +150,7 @@ TEST_F(ModuleTest, ASwitchedOffCategoryStillGivesTheResultButNoLogFile) {
 TEST_F(ModuleTest, AnyValueButZeroSwitchesACategoryOn) {
     CTarnovelleModule::GetModule().WriteProfileInt("ErrorLog", "Custom", 7);
     CTarnovelleModule::GetModule().LogError("Custom", "on");
-    EXPECT_EQ(CTNProfile(Log()).GetProfileString(Section("Custom"), KeyAt(kNow), ""), "on");
+    EXPECT_EQ(CTNProfile(Log()).GetProfileString(TNLogSection("Custom"), TNLogKeyAt(kNow), ""), "on");
 }
 
 TEST_F(ModuleTest, AReportedExceptionIsCutTo500CharactersInTheLog) {
@@ -174,7 +158,7 @@ TEST_F(ModuleTest, AReportedExceptionIsCutTo500CharactersInTheLog) {
     const std::string text(600, 'z');
     EXPECT_EQ(TNFrameCall("ITNVLMInitInstance", &t, [&]() -> ETarnovelleErrors { throw CTextException(text); }),
               TNE_FAILED);
-    EXPECT_EQ(CTNProfile(Log()).GetProfileString(Section("CTarnovelleException"), KeyAt(kNow), ""),
+    EXPECT_EQ(CTNProfile(Log()).GetProfileString(TNLogSection("CTarnovelleException"), TNLogKeyAt(kNow), ""),
               "CTextException in 'ITNVLMInitInstance' = '" + std::string(500, 'z') + "'");
 }
 
