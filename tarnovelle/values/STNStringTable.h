@@ -26,6 +26,13 @@ struct TNVL_EXPORT STNStringTable {
     // The text of `id`, or null when the table has none.
     const char* Find(uint16_t id) const;
 
+    // Find is a binary search: every table is checked for this at compile time.
+    static constexpr bool IsSortedById(const STNStringTableEntry* entries, size_t count) {
+        for (size_t i = 1; i < count; ++i)
+            if (entries[i - 1].id >= entries[i].id) return false;
+        return true;
+    }
+
     static const STNStringTable& German();
     static const STNStringTable& English();
 };

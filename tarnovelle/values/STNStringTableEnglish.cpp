@@ -159,12 +159,7 @@ constexpr STNStringTableEntry kEnglish[] = {
     {57344, "Archive"},
 };
 
-constexpr bool SortedById(const STNStringTableEntry* entries, size_t count) {
-    for (size_t i = 1; i < count; ++i)
-        if (entries[i - 1].id >= entries[i].id) return false;
-    return true;
-}
-static_assert(SortedById(kEnglish, std::size(kEnglish)), "look-up is a binary search by id");
+static_assert(STNStringTable::IsSortedById(kEnglish, std::size(kEnglish)), "look-up is a binary search by id");
 
 }  // namespace
 

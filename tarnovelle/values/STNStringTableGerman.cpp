@@ -161,12 +161,7 @@ constexpr STNStringTableEntry kGerman[] = {
     {57344, "Archiv"},
 };
 
-constexpr bool SortedById(const STNStringTableEntry* entries, size_t count) {
-    for (size_t i = 1; i < count; ++i)
-        if (entries[i - 1].id >= entries[i].id) return false;
-    return true;
-}
-static_assert(SortedById(kGerman, std::size(kGerman)), "look-up is a binary search by id");
+static_assert(STNStringTable::IsSortedById(kGerman, std::size(kGerman)), "look-up is a binary search by id");
 
 }  // namespace
 
