@@ -83,9 +83,9 @@ ETarnovelleErrors CTarnovelleChannelDataFile::Open() {
     }
     try {
         // The test is on the length, not on emptiness: a file of 1 to 19
-        // bytes gets the header behind what it holds.
-        m_pFile->SeekToEnd();
-        if (m_pFile->GetPosition() < sizeof(SDataFileHeader)) m_pFile->Write(&m_Header, sizeof(m_Header));
+        // bytes gets the header behind what it holds. SeekToEnd already
+        // gives the position, so no second call asks for it.
+        if (m_pFile->SeekToEnd() < sizeof(SDataFileHeader)) m_pFile->Write(&m_Header, sizeof(m_Header));
     } catch (...) {
         // A data file without its header would put every value at the wrong
         // place: leave no file behind, even one that held data before.
