@@ -25,7 +25,9 @@ int32_t CTNMessageBox::Show(const std::string& text) {
 }
 
 void CTNMessageBox::Show(CException& e) {
-    char buffer[kExceptionTextMax + 1];
+    // An exception without a text may leave the buffer alone: it must then
+    // read as empty, not as whatever the stack held.
+    char buffer[kExceptionTextMax + 1] = {};
     e.GetErrorMessage(buffer, sizeof(buffer));
     buffer[kExceptionTextMax] = '\0';
     Show(std::string(buffer));

@@ -117,3 +117,24 @@ TEST(CTNMessageBox, ExceptionWithoutTextShowsAnEmptyText) {
     ASSERT_EQ(log.size(), 1u);
     EXPECT_EQ(log[0], "");
 }
+
+namespace {
+// An exception that has no text and leaves the caller's buffer as it was.
+class SilentException : public CException {
+public:
+    bool GetErrorMessage(char*, unsigned) const override { return false; }
+};
+}  // namespace
+
+TEST(CTNMessageBox, ExceptionThatWritesNoTextShowsAnEmptyTextNotAnEarlierOne) {
+    std::vector<std::string> log;
+    CTNMessageBox::RerouteMessageBoxToLogArray(&log);
+    // The first text leaves its bytes where the next call's buffer lies.
+    TextException loud(std::string(300, 'q'));
+    SilentException silent;
+    CTNMessageBox::Show(loud);
+    CTNMessageBox::Show(silent);
+    CTNMessageBox::RerouteMessageBoxToLogArray(nullptr);
+    ASSERT_EQ(log.size(), 2u);
+    EXPECT_EQ(log[1], "");
+}

@@ -11,8 +11,8 @@
 // SaveAs with the format flag first indents the tree in place: every element
 // on a line of its own, four blanks a level, an element with text only on one
 // line. Whitespace already in the document stays, so a document loaded and
-// saved formatted again grows. The file is written as UTF-8, as the tree
-// stands, with no prolog added.
+// saved formatted again grows. The file is written as the tree stands, with
+// no prolog added, in UTF-8 (Latin-1 for a document whose prolog declares it).
 //
 // Results are HRESULT-style (TNHResult.h); nothing here throws. Developer
 // texts go to the trace sink (TNTrace.h).

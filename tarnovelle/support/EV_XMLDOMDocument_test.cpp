@@ -506,3 +506,30 @@ TEST(EV_XMLDOMDocument, DeveloperTextsHaveNoEffectInAReleaseBuild) {
     EXPECT_EQ(g_traceCalls, 0);
 }
 #endif
+
+TEST(EV_XMLDOMDocument, DocumentDeclaredLatin1IsSavedInLatin1AndReadsBackTheSameText) {
+    TNTestDir dir;
+    const std::string declaration = "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>";
+    const std::string original = dir.WriteFile("l.xml", declaration + "<a>Gr\xfc\xdf" "e</a>");
+    EV_XMLDOMDocument doc;
+    ASSERT_EQ(doc.Open(original), S_OK);
+    ASSERT_EQ(doc.SaveAs(dir / "again.xml", false), S_OK);
+    // The bytes agree with the declaration they carry.
+    EXPECT_EQ(TNTestDir::ReadFile(dir / "again.xml"), declaration + "<a>Gr\xfc\xdf" "e</a>");
+    EV_XMLDOMDocument reloaded;
+    ASSERT_EQ(reloaded.Open(dir / "again.xml"), S_OK);
+    EV_XMLDOMNode node;
+    ASSERT_EQ(reloaded.FindFirstNode("a", node), S_OK);
+    std::string text;
+    node.GetText(text);
+    EXPECT_EQ(text, "Gr\xc3\xbc\xc3\x9f" "e");
+}
+
+TEST(EV_XMLDOMDocument, DocumentWithoutDeclaredEncodingIsSavedAsUtf8) {
+    TNTestDir dir;
+    const std::string original = dir.WriteFile("u.xml", "<?xml version=\"1.0\"?><a>Gr\xc3\xbc\xc3\x9f" "e</a>");
+    EV_XMLDOMDocument doc;
+    ASSERT_EQ(doc.Open(original), S_OK);
+    ASSERT_EQ(doc.SaveAs(dir / "again.xml", false), S_OK);
+    EXPECT_EQ(TNTestDir::ReadFile(dir / "again.xml"), "<?xml version=\"1.0\"?><a>Gr\xc3\xbc\xc3\x9f" "e</a>");
+}

@@ -178,16 +178,28 @@ uint64_t GetPathFileSize(const std::string& path) {
 }
 
 int32_t CreatePathRecursive(const std::string& path) try {
+    const size_t last = path.rfind('/');
+    if (last == std::string::npos || last == 0) return 1;
+    std::string directory = path.substr(0, last);
+    // The usual case on the storing path: everything is there already, which
+    // one status query tells.
+    struct stat st {};
+    if (::stat(directory.c_str(), &st) == 0 && S_ISDIR(st.st_mode)) return 1;
+
     size_t pos = 0;
-    if (path.size() >= 2 && path[0] == '/' && path[1] == '/') {
+    if (directory.size() >= 2 && directory[0] == '/' && directory[1] == '/') {
         // "//server/share" is the root of a network path and is never made.
-        pos = path.find('/', 2);
-        if (pos != std::string::npos) pos = path.find('/', pos + 1);
+        pos = directory.find('/', 2);
+        if (pos != std::string::npos) pos = directory.find('/', pos + 1);
         if (pos == std::string::npos) return 1;
     }
-    for (pos = path.find('/', pos + 1); pos != std::string::npos; pos = path.find('/', pos + 1)) {
-        // An existing level is no error; the caller checks the end result.
-        (void)::mkdir(path.substr(0, pos).c_str(), 0777);
+    directory.push_back('/');
+    for (pos = directory.find('/', pos + 1); pos != std::string::npos; pos = directory.find('/', pos + 1)) {
+        // Each level is made in place; an existing level is no error, the
+        // caller checks the end result.
+        directory[pos] = '\0';
+        (void)::mkdir(directory.c_str(), 0777);
+        directory[pos] = '/';
     }
     return 1;
 } catch (...) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cstring>
+#include <strings.h>
 
 void TNXmlParserAddRef(TNXmlParserDocument* document) {
     if (document) ++document->refs;
@@ -44,6 +45,21 @@ void AppendText(const TNXmlParserDocument* owner, pugi::xml_node node, std::stri
         if (IsTextNode(child)) out += child.value();
         else if (child.type() == pugi::node_element) AppendText(owner, child, out);
     }
+}
+
+// The bytes written must agree with the prolog they carry: a document that
+// declares Latin-1 (which the parser honours on load) is written in Latin-1,
+// every other one in UTF-8, so that a save and a load give the same texts.
+pugi::xml_encoding DeclaredEncoding(const TNXmlParserDocument* owner) {
+    for (pugi::xml_node child = FirstChild(owner, owner->doc); child; child = child.next_sibling()) {
+        if (child.type() != pugi::node_declaration) continue;
+        const char* declared = child.attribute("encoding").value();
+        for (const char* latin1 : {"ISO-8859-1", "latin1"}) {
+            if (::strcasecmp(declared, latin1) == 0) return pugi::encoding_latin1;
+        }
+        break;
+    }
+    return pugi::encoding_utf8;
 }
 
 }  // namespace
@@ -186,8 +202,9 @@ TNXmlParserDocument* Parse(const char* bytes, size_t size, const std::string& ur
 std::string Serialize(const TNXmlParserDocument* owner) {
     std::string out;
     StringWriter writer(out);
+    const pugi::xml_encoding encoding = DeclaredEncoding(owner);
     for (pugi::xml_node child = FirstChild(owner, owner->doc); child; child = child.next_sibling()) {
-        child.print(writer, "", pugi::format_raw, pugi::encoding_utf8);
+        child.print(writer, "", pugi::format_raw, encoding);
     }
     return out;
 }

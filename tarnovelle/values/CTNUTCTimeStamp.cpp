@@ -1,5 +1,6 @@
 #include "tarnovelle/values/CTNUTCTimeStamp.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <ctime>
 
@@ -263,5 +264,6 @@ std::string CTNUTCTimeStamp::Dump() const {
     const std::string date = RenderUTC(m_dwTime, "%c");
     char text[320];
     const int n = std::snprintf(text, sizeof text, "%s %03d (UTC)", date.c_str(), static_cast<int>(m_wMilliseconds));
-    return std::string(text, n > 0 ? static_cast<size_t>(n) : 0);
+    // snprintf tells the length it wanted; a longer date was cut to the buffer.
+    return std::string(text, n > 0 ? std::min(static_cast<size_t>(n), sizeof text - 1) : 0);
 }

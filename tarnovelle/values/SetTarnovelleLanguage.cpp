@@ -1,6 +1,7 @@
 #include "tarnovelle/values/SetTarnovelleLanguage.h"
 
 #include "tarnovelle/support/TNLibraryPath.h"
+#include "tarnovelle/support/TNTrace.h"
 #include "tarnovelle/values/CTarnovelleHelp.h"
 #include "tarnovelle/values/CTarnovelleTextManager.h"
 
@@ -31,6 +32,9 @@ void SetTarnovelleLanguage(const std::string& language) {
     if (libraryPath.empty()) return;
     const std::string base = WithoutExtension(libraryPath);
 
+    // The module keeps the name it always had beside the library, so that a
+    // trace reads the same whichever platform wrote it.
+    TNTraceText("LangResource selected  = %s\n", (base + suffix + ".dll").c_str());
     const STNStringTable* module = LoadLanguageModule(suffix);
     if (module != nullptr && module != CTarnovelleTextManager::GetLanguageModule())
         CTarnovelleTextManager::SetLanguageModule(module);

@@ -2,7 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+#include <vector>
+
 #include "tarnovelle/support/TNLibraryPath.h"
+#include "tarnovelle/support/TNTrace.h"
 #include "tarnovelle/values/CTarnovelleHelp.h"
 #include "tarnovelle/values/CTarnovelleTextManager.h"
 #include "tests/support/TNTestDir.h"
@@ -14,6 +18,9 @@ std::string LibraryBase() {
     const size_t slash = path.find_last_of('/');
     return path.substr(0, slash + 1) + "libtarnovelle";
 }
+
+std::vector<std::string> g_traced;
+void Record(const char* text) { g_traced.emplace_back(text); }
 
 }  // namespace
 
@@ -72,4 +79,16 @@ TEST(SetTarnovelleLanguage, HelpPathNamesTheFileEvenWhenItIsMissing) {
     EXPECT_FALSE(TNTestDir::Exists(help));
     EXPECT_FALSE(CTarnovelleHelp::OnHelpContext(TNHELP_CONTEXT_ARCHIVE_CONFIGURATION)) << "a missing file is not opened";
     CTarnovelleHelp::OnHelp(TNHELP_ARCHIVE_STATISTICS);  // no error either
+}
+
+TEST(SetTarnovelleLanguage, TracesTheSelectedLanguageModule) {
+    if (!TNTraceIsActive()) GTEST_SKIP() << "this build does not trace";
+    g_traced.clear();
+    const TNTraceSink before = TNSetTraceSink(&Record);
+    SetTarnovelleLanguage("de-CH");
+    SetTarnovelleLanguage("it");
+    TNSetTraceSink(before);
+    ASSERT_EQ(2u, g_traced.size());
+    EXPECT_EQ("LangResource selected  = " + LibraryBase() + "_de.dll\n", g_traced[0]);
+    EXPECT_EQ("LangResource selected  = " + LibraryBase() + "_en.dll\n", g_traced[1]);
 }

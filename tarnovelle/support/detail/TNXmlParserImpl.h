@@ -79,7 +79,8 @@ bool IsXmlName(const char* name);
 // its parseError with line and position counted in `bytes`; the tree is then
 // empty. Null only when memory runs out.
 TNXmlParserDocument* Parse(const char* bytes, size_t size, const std::string& url);
-// The document's serial form: its top-level nodes as they stand, UTF-8.
+// The document's serial form: its top-level nodes as they stand, in UTF-8,
+// or in Latin-1 when the prolog declares that.
 std::string Serialize(const TNXmlParserDocument* owner);
 
 // Runs `body`; what it throws becomes a failed result, since the layer must
