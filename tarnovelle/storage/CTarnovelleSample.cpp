@@ -371,7 +371,16 @@ ETarnovelleErrors CTarnovelleSample::InitRecordsForTimeRange(CTarnovelleChannel&
                                                              bool includePrevious) {
     void* loaded = nullptr;
     uint32_t loadedCount = 0;
-    const ETarnovelleErrors result = LoadWholeBlock(channel, index, m_FormatId, loaded, loadedCount);
+    ETarnovelleErrors result = TNE_OK;
+    try {
+        result = LoadWholeBlock(channel, index, m_FormatId, loaded, loadedCount);
+    } catch (...) {
+        // A load that throws leaves no values behind, as the other forms do;
+        // the earlier contents are kept only where the scan finds nothing.
+        FreeValues();
+        m_nNrOfValues = 0;
+        throw;
+    }
     if (result != TNE_OK) {
         FreeBlock(loaded);
         return result;

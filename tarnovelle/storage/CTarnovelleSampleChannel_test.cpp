@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -10,6 +11,8 @@
 
 #include "tarnovelle/storage/CTarnovelleChannel.h"
 #include "tarnovelle/storage/CTarnovelleSample.h"
+#include "tarnovelle/support/CFileException.h"
+#include "tarnovelle/support/CTNFakeClock.h"
 #include "tests/support/TNTestDir.h"
 
 namespace {
@@ -569,6 +572,35 @@ TEST_F(SampleChannelTest, IncludePreviousBringsNoEarlierRecordForBinaryFormats) 
     ASSERT_EQ(sample.GetNrOfValues(), 2u);
     EXPECT_EQ(sample.GetSBinaryArrayWord()[0].GetValue(), 2);
     EXPECT_EQ(sample.GetSBinaryArrayWord()[1].GetValue(), 3);
+}
+
+// ---------------------------------------------------------------- failing loads
+
+// A load whose value file can't be opened passes the file service's exception
+// on, and the sample holds no values afterwards, in every loading form.
+TEST_F(SampleChannelTest, ALoadThatThrowsLeavesNoValuesInEveryForm) {
+    Create(kEventChannel);
+    SaveEvents({1, 2, 3});
+    CloseWriter();
+    CTarnovelleChannel& channel = Reader();
+    CTarnovelleSample whole, byIndex, byTime;
+    ASSERT_EQ(whole.Init(channel, 0), TNE_OK);
+    ASSERT_EQ(byIndex.Init(channel, 0), TNE_OK);
+    ASSERT_EQ(byTime.Init(channel, 0), TNE_OK);
+    ASSERT_EQ(byTime.GetNrOfValues(), 3u);
+    ASSERT_EQ(std::remove(DatPath().c_str()), 0);
+
+    CTNFakeClock clock;
+    CTNScopedClock scoped(&clock);
+    EXPECT_THROW(whole.Init(channel, 0), CFileException);
+    EXPECT_EQ(whole.GetNrOfValues(), 0u);
+    EXPECT_EQ(whole.GetSEventArray(), nullptr);
+    EXPECT_THROW(byIndex.Init(channel, 0, 0, 2), CFileException);
+    EXPECT_EQ(byIndex.GetNrOfValues(), 0u);
+    EXPECT_EQ(byIndex.GetSEventArray(), nullptr);
+    EXPECT_THROW(byTime.Init(channel, 0, At(1), At(2), false), CFileException);
+    EXPECT_EQ(byTime.GetNrOfValues(), 0u);
+    EXPECT_EQ(byTime.GetSEventArray(), nullptr);
 }
 
 // ---------------------------------------------------------------- saving
