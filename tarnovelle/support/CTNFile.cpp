@@ -38,11 +38,21 @@ bool SameInode(int fd, const char* path) {
 }
 
 // Descriptor 0 would read as "no file" to callers that treat 0 as a closed
-// handle; move such a descriptor up and keep slot 0 occupied.
+// handle; move such a descriptor up and keep slot 0 occupied. Slot 0 must not
+// keep the file itself: a duplicate shares the open file description, and so
+// its lock, which would then outlive Close. /dev/null takes the slot instead.
 int AvoidDescriptorZero(int fd) {
     if (fd != 0) return fd;
     const int moved = fcntl(fd, F_DUPFD_CLOEXEC, 3);
-    return moved >= 0 ? moved : fd;
+    if (moved < 0) return fd;
+    const int null = ::open("/dev/null", O_RDWR | O_CLOEXEC);
+    if (null >= 0) {
+        dup2(null, 0);  // also drops slot 0's reference to the file
+        close(null);
+    } else {
+        close(0);
+    }
+    return moved;
 }
 
 int64_t ToNanoseconds(const struct statx_timestamp& t) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <string>
@@ -230,4 +231,26 @@ TEST(CTNFile, OperationsOnAClosedFileThrow) {
     EXPECT_THROW(f.Seek(0, CTNFile::begin), CFileException);
     EXPECT_NO_THROW(f.Close());
     EXPECT_EQ(f.GetHandle(), CTNFile::hFileNull);
+}
+
+// A process whose standard input is closed gets descriptor 0 from its first
+// open. Closing that file must still release its lock, so others may open and
+// delete it afterwards.
+TEST(CTNFile, ClosingAFileOpenedOnDescriptorZeroReleasesItsLock) {
+    TNTestDir dir;
+    const std::string path = dir.WriteFile("first.Lock", "x");
+    TNChildProcess child([&](TNChildProcess&) {
+        close(0);
+        {
+            CTNFile first;
+            if (!first.Open(path.c_str(), kWriteExclusive)) return 1;
+            if (first.GetHandle() == 0) return 2;
+            first.Close();
+        }
+        if (!CanOpen(path, kWriteExclusive)) return 3;
+        if (CTNFile::TryRemove(path.c_str()) != 0) return 4;
+        return 0;
+    });
+    EXPECT_EQ(child.Join(), 0);
+    EXPECT_FALSE(TNTestDir::Exists(path));
 }
