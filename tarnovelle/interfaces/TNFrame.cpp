@@ -20,9 +20,11 @@ private:
     std::string m_text;
 };
 
-}  // namespace
-
-ETarnovelleErrors TNReportCurrentException(const char* function) {
+// Reports the exception being handled. Reporting itself may fail (no memory,
+// an error log that cannot be written); that failure is dropped, because
+// nothing may leave a boundary function and the result code still tells the
+// caller what happened.
+void ReportCurrentException(const char* function) {
     try {
         throw;
     } catch (CException& e) {
@@ -36,6 +38,15 @@ ETarnovelleErrors TNReportCurrentException(const char* function) {
     } catch (...) {
         CException e;
         ReportException(function, &e);
+    }
+}
+
+}  // namespace
+
+ETarnovelleErrors TNReportCurrentException(const char* function) {
+    try {
+        ReportCurrentException(function);
+    } catch (...) {
     }
     return TNE_FAILED;
 }

@@ -98,3 +98,20 @@ TEST(ReportException, WithoutAnApplicationObjectNothingIsWritten) {
     ReportException("X", &e);
     EXPECT_TRUE(log.All().empty());
 }
+
+namespace {
+void ThrowingLog(const std::string&, const std::string&) { throw std::runtime_error("log file unwritable"); }
+}  // namespace
+
+TEST(TNFrame, AFailingErrorLogDoesNotLetTheExceptionLeave) {
+    const TNLogErrorFunction previous = TNSetApplicationLog(&ThrowingLog);
+    Target t;
+    ETarnovelleErrors result = TNE_OK;
+    EXPECT_NO_THROW(result = TNFrameCall("ITNVLMInitInstance", &t,
+                                         []() -> ETarnovelleErrors { throw CTarnovelleException("x"); }));
+    EXPECT_EQ(result, TNE_FAILED);
+    EXPECT_NO_THROW(result = TNFrameCallTyped("ITNVLMAddSample", &t, TNE_EXCEPTION,
+                                              []() -> ETarnovelleErrors { throw std::bad_alloc(); }));
+    EXPECT_EQ(result, TNE_FAILED);
+    TNSetApplicationLog(previous);
+}
