@@ -246,3 +246,18 @@ TEST_F(CTarnovelleFileTest, WithoutAnApplicationObjectNothingIsLogged) {
     EXPECT_THROW(file.GetLength(), CTarnovelleException);
     EXPECT_TRUE(Entries("CTarnovelleException").empty());
 }
+
+TEST_F(CTarnovelleFileTest, AfterAFailedOpenThePathIsTheOneGivenToThatOpen) {
+    TNTestDir dir;
+    const std::string first = dir.WriteFile("first.Dat", "abc");
+    const std::string second = dir / "none/second.Dat";
+    CTarnovelleFile file;
+    ASSERT_NE(file.Open(first.c_str(), 0), 0);
+    file.Close();
+    CTNFakeClock clock(0);
+    CTNScopedClock scope(&clock);
+    EXPECT_EQ(file.Open(second.c_str(), 0), 0);
+    EXPECT_EQ(file.GetFilePath(), second);
+    EXPECT_EQ(ThrownText([&] { file.Seek(0, 0); }),
+              "Exception: file = '" + second + "'\naction = invalid handle in Seek");
+}

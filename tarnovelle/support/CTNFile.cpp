@@ -123,6 +123,9 @@ CTNFile::~CTNFile() { Abort(); }
 
 bool CTNFile::Open(const char* path, uint32_t flags, CFileException* error) {
     if (IsOpen()) Abort();
+    // The path is the one of this open also when it fails, so a later
+    // failure of the object names the file that was asked for.
+    m_strFileName = path ? path : "";
     if (!path || !*path) {
         Fail(error, CFileException::badPath, ENOENT, path);
         return false;
@@ -173,7 +176,6 @@ bool CTNFile::Open(const char* path, uint32_t flags, CFileException* error) {
     }
     m_hFile = static_cast<uint32_t>(fd);
     m_nOpenFlags = flags;
-    m_strFileName = path;
     return true;
 }
 

@@ -68,7 +68,7 @@ public:
 
     uint32_t GetHandle() const { return m_hFile; }
     bool IsOpen() const { return m_hFile != hFileNull; }
-    const std::string& GetFilePath() const { return m_strFileName; }
+    const std::string& GetFilePath() const { return m_strFileName; }  // of the last Open, also a failed one
 
     // Lock-aware delete and rename; throw CFileException on failure.
     static void Remove(const char* path);
