@@ -6,9 +6,11 @@
 #include <stdexcept>
 #include <string>
 
+#include "tarnovelle/interfaces/CTarnovelleModule.h"
 #include "tarnovelle/interfaces/ReportException.h"
 #include "tarnovelle/support/CFileException.h"
 #include "tests/support/TNLogCapture.h"
+#include "tests/support/TNTestDir.h"
 
 namespace {
 struct Target {};
@@ -92,11 +94,17 @@ TEST(ReportException, FormatsClassOperationAndTextUnderTheOneCategory) {
 }
 
 TEST(ReportException, WithoutAnApplicationObjectNothingIsWritten) {
-    TNLogCapture log;
-    TNSetApplicationLog(nullptr);
+    TNTestDir dir;
+    SetTarnovelleProfilePath((dir / "tarnovelle.ini").c_str());
+    const TNLogErrorFunction module = TNSetApplicationLog(nullptr);
     CFileException e(CFileException::fileNotFound, 2, "/data/a.Sam");
     ReportException("X", &e);
-    EXPECT_TRUE(log.All().empty());
+    EXPECT_FALSE(TNTestDir::Exists(dir / "tarnovelle.Log"));
+    // With the module's log in place, the same report reaches the file.
+    TNSetApplicationLog(module);
+    ReportException("X", &e);
+    EXPECT_TRUE(TNTestDir::Exists(dir / "tarnovelle.Log"));
+    SetTarnovelleProfilePath(nullptr);
 }
 
 namespace {

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "tarnovelle/interfaces/CTarnovelleModule.h"
 #include "tarnovelle/interfaces/TNApplicationLog.h"
 #include <functional>
 #include "tarnovelle/support/CTNFakeClock.h"
@@ -241,10 +242,18 @@ TEST_F(CTarnovelleFileTest, StaticStatusNeedsNoOpenFile) {
 }
 
 TEST_F(CTarnovelleFileTest, WithoutAnApplicationObjectNothingIsLogged) {
-    TNSetApplicationLog(nullptr);
+    TNTestDir dir;
+    SetTarnovelleProfilePath((dir / "tarnovelle.ini").c_str());
+    const TNLogErrorFunction capture = TNSetApplicationLog(nullptr);
     CTarnovelleFile file;
     EXPECT_THROW(file.GetLength(), CTarnovelleException);
-    EXPECT_TRUE(Entries("CTarnovelleException").empty());
+    EXPECT_FALSE(TNTestDir::Exists(dir / "tarnovelle.Log"));
+    // With the module's log in place, the same failure reaches the file.
+    TNSetApplicationLog(m_log.Previous());
+    EXPECT_THROW(file.GetLength(), CTarnovelleException);
+    EXPECT_TRUE(TNTestDir::Exists(dir / "tarnovelle.Log"));
+    TNSetApplicationLog(capture);
+    SetTarnovelleProfilePath(nullptr);
 }
 
 TEST_F(CTarnovelleFileTest, AfterAFailedOpenThePathIsTheOneGivenToThatOpen) {

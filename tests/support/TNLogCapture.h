@@ -19,6 +19,8 @@ public:
     std::vector<std::string> Entries(const std::string& category) const;
     std::vector<std::pair<std::string, std::string>> All() const;
     void Clear();
+    // What was registered before the capture: the module's own LogError.
+    TNLogErrorFunction Previous() const { return m_previous; }
 
 private:
     static void Log(const std::string& category, const std::string& text);
