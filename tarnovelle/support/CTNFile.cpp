@@ -83,12 +83,13 @@ std::string FullPathOf(const char* path) {
     return std::string(cwd) + "/" + path;
 }
 
-// Records a failed open. An error of the operating system also becomes the
-// thread's last-error value; a share conflict is no such error (the lock is
-// our own emulation), so it leaves that value alone and a caller that waited
-// in vain reads the code of a failed open instead.
+// Records a failed open as the thread's last-error value, like every failed
+// open of the platform. A share conflict is no error of the operating system
+// (the lock is our own emulation): it records 0, "nothing more precise", so
+// that a caller that waited in vain reads the code of a failed open, and never
+// a value left over from an earlier, unrelated failure.
 void Fail(CFileException* error, int cause, int err, const char* path) {
-    if (cause != CFileException::sharingViolation) TNSetLastError(static_cast<uint32_t>(err));
+    TNSetLastError(cause == CFileException::sharingViolation ? 0u : static_cast<uint32_t>(err));
     if (error) {
         error->m_cause = cause;
         error->m_lOsError = err;
