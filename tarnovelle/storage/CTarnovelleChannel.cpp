@@ -11,7 +11,6 @@
 #include "tarnovelle/storage/CTarnovelleFile.h"
 #include "tarnovelle/support/CFileException.h"
 #include "tarnovelle/support/TNGuid.h"
-#include "tarnovelle/support/TNLastError.h"
 #include "tarnovelle/support/TNPath.h"
 #include "tarnovelle/values/STarnovelleTimeStampInMsec.h"
 

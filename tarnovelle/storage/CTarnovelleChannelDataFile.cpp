@@ -4,7 +4,6 @@
 
 #include "tarnovelle/support/CFileException.h"
 #include "tarnovelle/support/STNFileStatus.h"
-#include "tarnovelle/support/TNLastError.h"
 
 namespace {
 

@@ -1,6 +1,7 @@
 #include "tarnovelle/storage/CTarnovelleChannelSamplesFile.h"
 
 #include <cstring>
+#include <memory>
 #include <new>
 
 #include "tarnovelle/storage/CSampleEntryEvent.h"
@@ -8,7 +9,6 @@
 #include "tarnovelle/storage/CTarnovelleFile.h"
 #include "tarnovelle/support/CFileException.h"
 #include "tarnovelle/support/STNFileStatus.h"
-#include "tarnovelle/support/TNLastError.h"
 
 namespace {
 
@@ -104,22 +104,20 @@ void CTarnovelleChannelSamplesFile::Clear() {
 
 ETarnovelleErrors CTarnovelleChannelSamplesFile::Read(CTarnovelleFile& file) {
     Clear();
-    if (file.GetPosition() > 0) file.Seek(0, 0);
+    file.Seek(0, 0);  // one call, where asking for the position first would be one more
     const uint32_t length = file.GetLength();
     if (length == 0) return GetMeasurementValueType() == MVT_UNDEFINED ? TNE_NO_OBJECT : TNE_OK;
 
-    // The whole file in one read; the list is parsed from memory.
-    std::vector<uint8_t> bytes;
-    try {
-        bytes.resize(length);
-    } catch (const std::bad_alloc&) {
-        return TNE_OUT_OF_MEMORY;
-    }
-    const uint32_t got = file.Read(bytes.data(), length);
+    // The whole file in one read into an uninitialised buffer; the list is
+    // parsed from memory.
+    const std::unique_ptr<uint8_t[]> buffer(new (std::nothrow) uint8_t[length]);
+    if (!buffer) return TNE_OUT_OF_MEMORY;
+    const uint8_t* const bytes = buffer.get();
+    const uint32_t got = file.Read(buffer.get(), length);
 
     // However few bytes arrived, they land in the header; the rest stays.
     const uint32_t headerBytes = got < sizeof(m_Header) ? got : static_cast<uint32_t>(sizeof(m_Header));
-    std::memcpy(static_cast<void*>(&m_Header), bytes.data(), headerBytes);
+    std::memcpy(static_cast<void*>(&m_Header), bytes, headerBytes);
     if (m_Header.FormatVersion > 1) return TNE_FILE_NOT_PARSED;
 
     const EHeaderForm form = HeaderFormOf(GetMeasurementValueType());
@@ -130,8 +128,8 @@ ETarnovelleErrors CTarnovelleChannelSamplesFile::Read(CTarnovelleFile& file) {
     try {
         while (got - position >= sizeof(SSampleHeader)) {
             SSampleHeader header;
-            std::memcpy(&header, bytes.data() + position, sizeof(header));
-            const uint8_t* formBytes = bytes.data() + position + sizeof(header);
+            std::memcpy(&header, bytes + position, sizeof(header));
+            const uint8_t* formBytes = bytes + position + sizeof(header);
             if (form != EHeaderForm::none && got - position - sizeof(header) < formSize) return TNE_FILE_TRUNCATED;
 
             std::unique_ptr<CSampleEntry> entry;
