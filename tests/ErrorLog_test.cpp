@@ -15,6 +15,7 @@
 #include "tarnovelle/support/CTNFakeClock.h"
 #include "tarnovelle/support/CTNProfile.h"
 #include "tarnovelle/support/CTarnovelleException.h"
+#include "tarnovelle/support/TNApplicationLog.h"
 #include "tests/support/TNTestDir.h"
 #include "tests/support/TNLogKeys.h"
 
@@ -139,4 +140,19 @@ TEST_F(ErrorLogTest, OpenFailedEntriesAreOffUntilSwitchedOn) {
     EXPECT_EQ(CTNProfile(Ini()).GetProfileInt("ErrorLog", "Open failed", -1), 0);
     EXPECT_EQ(Entry("Open failed", kNow + 148680), "<none>");
     EXPECT_NE(Entry("CTarnovelleException", kNow + 148680), "<none>");
+}
+
+TEST(CheckedFileLogTest, WithoutAnApplicationObjectNothingIsLogged) {
+    TNTestDir dir;
+    SetTarnovelleProfilePath((dir / "tarnovelle.ini").c_str());
+    // The module registered its LogError at load; without it no entry is written.
+    const TNLogErrorFunction moduleLog = TNSetApplicationLog(nullptr);
+    CTarnovelleFile file;
+    EXPECT_THROW(file.GetLength(), CTarnovelleException);
+    EXPECT_FALSE(TNTestDir::Exists(dir / "tarnovelle.Log"));
+    // With the module's log in place, the same failure reaches the file.
+    TNSetApplicationLog(moduleLog);
+    EXPECT_THROW(file.GetLength(), CTarnovelleException);
+    EXPECT_TRUE(TNTestDir::Exists(dir / "tarnovelle.Log"));
+    SetTarnovelleProfilePath(nullptr);
 }

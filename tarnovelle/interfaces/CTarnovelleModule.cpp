@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-#include "tarnovelle/interfaces/TNApplicationLog.h"
+#include "tarnovelle/support/TNApplicationLog.h"
 #include "tarnovelle/support/CTNProfile.h"
 #include "tarnovelle/support/TNProcess.h"
 #include "tarnovelle/values/CTNLocalTimeStamp.h"

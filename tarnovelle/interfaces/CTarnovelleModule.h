@@ -26,6 +26,7 @@
 // the library.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <mutex>
 #include <string>
@@ -66,10 +67,11 @@ public:
     // Switches to another ini file and starts again on it.
     void SetProfilePath(const std::string& iniPath);
 
-    // Least archive size in megabytes.
-    int32_t m_nMininumArchiveSize = 10;
+    // Least archive size in megabytes. Atomic: the working thread reads
+    // them while another thread may switch the ini file.
+    std::atomic<int32_t> m_nMininumArchiveSize{10};
     // Least archive size per device in megabytes.
-    int32_t m_nMininumArchiveSizePerDevice = 5;
+    std::atomic<int32_t> m_nMininumArchiveSizePerDevice{5};
 
 private:
     CTarnovelleModule();

@@ -10,9 +10,9 @@
 #include <string>
 #include <vector>
 
-#include "tarnovelle/interfaces/CTNMessageBox.h"
-#include "tarnovelle/interfaces/ReportException.h"
-#include "tarnovelle/interfaces/TNApplicationLog.h"
+#include "tarnovelle/support/CTNMessageBox.h"
+#include "tarnovelle/support/ReportException.h"
+#include "tarnovelle/support/TNApplicationLog.h"
 #include "tarnovelle/interfaces/internal/TNFrame.h"
 #include "tarnovelle/support/CTNFakeClock.h"
 #include "tarnovelle/support/CTNProfile.h"

@@ -3,7 +3,7 @@
 #include <new>
 #include <string>
 
-#include "tarnovelle/interfaces/ReportException.h"
+#include "tarnovelle/support/ReportException.h"
 #include "tarnovelle/support/CException.h"
 #include "tarnovelle/support/CMemoryException.h"
 

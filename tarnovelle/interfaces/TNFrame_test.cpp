@@ -7,7 +7,7 @@
 #include <string>
 
 #include "tarnovelle/interfaces/CTarnovelleModule.h"
-#include "tarnovelle/interfaces/ReportException.h"
+#include "tarnovelle/support/ReportException.h"
 #include "tarnovelle/support/CFileException.h"
 #include "tests/support/TNLogCapture.h"
 #include "tests/support/TNTestDir.h"

@@ -26,7 +26,7 @@
 #include "tarnovelle/support/TNExport.h"
 #include "tarnovelle/values/EFormatId.h"
 #include "tarnovelle/values/ETarnovelleErrors.h"
-#include "tarnovelle/values/GUID.h"
+#include "tarnovelle/support/GUID.h"
 #include "tarnovelle/values/SBinary_BYTE.h"
 #include "tarnovelle/values/SBinary_DWORD.h"
 #include "tarnovelle/values/SBinary_Text.h"

@@ -41,7 +41,7 @@
 #include "tarnovelle/values/EFormatId.h"
 #include "tarnovelle/values/EMeasurementValueType.h"
 #include "tarnovelle/values/ETarnovelleErrors.h"
-#include "tarnovelle/values/GUID.h"
+#include "tarnovelle/support/GUID.h"
 #include "tarnovelle/values/SChannelID.h"
 
 class CTarnovelleFile;

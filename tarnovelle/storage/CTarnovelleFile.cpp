@@ -3,8 +3,8 @@
 #include <cstdio>
 #include <vector>
 
-#include "tarnovelle/interfaces/ReportException.h"
-#include "tarnovelle/interfaces/TNApplicationLog.h"
+#include "tarnovelle/support/ReportException.h"
+#include "tarnovelle/support/TNApplicationLog.h"
 #include "tarnovelle/support/CTNClock.h"
 #include "tarnovelle/support/CTarnovelleException.h"
 #include "tarnovelle/support/TNLastError.h"

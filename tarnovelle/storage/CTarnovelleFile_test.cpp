@@ -9,8 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "tarnovelle/interfaces/CTarnovelleModule.h"
-#include "tarnovelle/interfaces/TNApplicationLog.h"
+#include "tarnovelle/support/TNApplicationLog.h"
 #include <functional>
 #include "tarnovelle/support/CTNFakeClock.h"
 #include "tarnovelle/support/CTarnovelleException.h"
@@ -239,21 +238,6 @@ TEST_F(CTarnovelleFileTest, StaticStatusNeedsNoOpenFile) {
     const std::string tooLong = dir / std::string(300, 'n');
     EXPECT_EQ(ThrownText([&] { CTarnovelleFile::GetStatus(tooLong.c_str(), st); }),
               "Exception: file = '" + tooLong + "'\naction = GetStatus failed");
-}
-
-TEST_F(CTarnovelleFileTest, WithoutAnApplicationObjectNothingIsLogged) {
-    TNTestDir dir;
-    SetTarnovelleProfilePath((dir / "tarnovelle.ini").c_str());
-    const TNLogErrorFunction capture = TNSetApplicationLog(nullptr);
-    CTarnovelleFile file;
-    EXPECT_THROW(file.GetLength(), CTarnovelleException);
-    EXPECT_FALSE(TNTestDir::Exists(dir / "tarnovelle.Log"));
-    // With the module's log in place, the same failure reaches the file.
-    TNSetApplicationLog(m_log.Previous());
-    EXPECT_THROW(file.GetLength(), CTarnovelleException);
-    EXPECT_TRUE(TNTestDir::Exists(dir / "tarnovelle.Log"));
-    TNSetApplicationLog(capture);
-    SetTarnovelleProfilePath(nullptr);
 }
 
 TEST_F(CTarnovelleFileTest, AfterAFailedOpenThePathIsTheOneGivenToThatOpen) {

@@ -6,7 +6,7 @@
 
 #include <cstddef>
 
-#include "tarnovelle/values/GUID.h"
+#include "tarnovelle/support/GUID.h"
 #include "tarnovelle/values/SChannelID.h"
 
 #pragma pack(push, 1)

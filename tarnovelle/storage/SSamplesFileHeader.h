@@ -20,7 +20,7 @@
 #include <cstring>
 #include <type_traits>
 
-#include "tarnovelle/values/GUID.h"
+#include "tarnovelle/support/GUID.h"
 #include "tarnovelle/values/SChannelID.h"
 
 #pragma pack(push, 1)

@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <memory>
 
-#include "tarnovelle/interfaces/CTNMessageBox.h"
+#include "tarnovelle/support/CTNMessageBox.h"
 #include "tarnovelle/support/TNTrace.h"
 #include "tarnovelle/support/detail/TNXmlParserImpl.h"
 

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tarnovelle/interfaces/CTNMessageBox.h"
+#include "tarnovelle/support/CTNMessageBox.h"
 #include "tarnovelle/support/TNTrace.h"
 #include "tests/support/TNTestDir.h"
 

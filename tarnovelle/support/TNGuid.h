@@ -7,7 +7,7 @@
 #include <string>
 
 #include "tarnovelle/support/TNExport.h"
-#include "tarnovelle/values/GUID.h"
+#include "tarnovelle/support/GUID.h"
 
 // A new random (version 4) GUID; the all-zero GUID if no randomness could be had.
 TNVL_EXPORT GUID CreateGuid();

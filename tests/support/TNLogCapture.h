@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "tarnovelle/interfaces/TNApplicationLog.h"
+#include "tarnovelle/support/TNApplicationLog.h"
 
 class TNLogCapture {
 public:

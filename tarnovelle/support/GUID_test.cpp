@@ -1,4 +1,4 @@
-#include "tarnovelle/values/GUID.h"
+#include "tarnovelle/support/GUID.h"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,9 @@
-#include "tarnovelle/interfaces/ReportException.h"
+#include "tarnovelle/support/ReportException.h"
 
 #include <cstdio>
 #include <vector>
 
-#include "tarnovelle/interfaces/TNApplicationLog.h"
+#include "tarnovelle/support/TNApplicationLog.h"
 
 void ReportException(const std::string& operation, CException* e) {
     char message[501] = {};

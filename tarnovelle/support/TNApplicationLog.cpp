@@ -1,4 +1,4 @@
-#include "tarnovelle/interfaces/TNApplicationLog.h"
+#include "tarnovelle/support/TNApplicationLog.h"
 
 #include <atomic>
 

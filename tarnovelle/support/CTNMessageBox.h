@@ -4,8 +4,11 @@
 // a dialog pushes its own array with RerouteMessageBoxToLogArray(&array) and
 // pops it with RerouteMessageBoxToLogArray(nullptr) afterwards. Reroutes nest;
 // the innermost (the tail of s_ListOfLogArray) receives the texts. Every push
-// needs its pop. The list has no lock and a reroute affects every thread's
-// Show, so reroute only where one thread runs.
+// needs its pop. A reroute affects every thread's Show, so a text that another
+// thread shows meanwhile lands in the pushed array too. The list and the
+// append into its top array are guarded by one lock, so a working thread may
+// show while the caller's thread pushes or pops; the array itself is the
+// pusher's to read once it has popped it.
 //
 // Without a reroute, Show hands the text to the presenter that a UI library
 // registers with SetPresenter (a real message box) and returns its answer.
@@ -48,6 +51,8 @@ public:
     // returns the one registered before.
     static Presenter SetPresenter(Presenter presenter);
 
-    // The reroute stack; its top is the tail.
+private:
+    // The reroute stack; its top is the tail. Reached only under the lock of
+    // CTNMessageBox.cpp.
     static std::list<std::vector<std::string>*> s_ListOfLogArray;
 };

@@ -1,7 +1,8 @@
-#include "tarnovelle/interfaces/CTNMessageBox.h"
+#include "tarnovelle/support/CTNMessageBox.h"
 
 #include <atomic>
 #include <cstdio>
+#include <mutex>
 
 namespace {
 // The answer of a plain box that the user closed with OK.
@@ -10,15 +11,21 @@ constexpr int32_t kAnswerOk = 1;
 constexpr unsigned kExceptionTextMax = 255;
 
 std::atomic<CTNMessageBox::Presenter> g_presenter{nullptr};
+// Guards s_ListOfLogArray and the append into its top array.
+std::mutex g_rerouteLock;
 }  // namespace
 
 std::list<std::vector<std::string>*> CTNMessageBox::s_ListOfLogArray;
 
 int32_t CTNMessageBox::Show(const std::string& text) {
-    if (!s_ListOfLogArray.empty()) {
-        s_ListOfLogArray.back()->push_back(text);
-        return kAnswerOk;
+    {
+        std::lock_guard<std::mutex> hold(g_rerouteLock);
+        if (!s_ListOfLogArray.empty()) {
+            s_ListOfLogArray.back()->push_back(text);
+            return kAnswerOk;
+        }
     }
+    // A real box may wait for the user: it is shown without the lock.
     if (Presenter presenter = g_presenter.load()) return presenter(text);
     std::fprintf(stderr, "%s\n", text.c_str());
     return kAnswerOk;
@@ -33,9 +40,13 @@ void CTNMessageBox::Show(CException& e) {
     Show(std::string(buffer));
 }
 
-bool CTNMessageBox::IsRerouteMessageBoxToLogArray() { return !s_ListOfLogArray.empty(); }
+bool CTNMessageBox::IsRerouteMessageBoxToLogArray() {
+    std::lock_guard<std::mutex> hold(g_rerouteLock);
+    return !s_ListOfLogArray.empty();
+}
 
 void CTNMessageBox::RerouteMessageBoxToLogArray(std::vector<std::string>* log) {
+    std::lock_guard<std::mutex> hold(g_rerouteLock);
     if (log) {
         s_ListOfLogArray.push_back(log);
     } else if (!s_ListOfLogArray.empty()) {

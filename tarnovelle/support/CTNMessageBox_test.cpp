@@ -1,7 +1,10 @@
-#include "tarnovelle/interfaces/CTNMessageBox.h"
+#include "tarnovelle/support/CTNMessageBox.h"
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <mutex>
+#include <thread>
 
 namespace {
 
@@ -9,6 +12,17 @@ std::vector<std::string> g_presented;
 int32_t RecordingPresenter(const std::string& text) {
     g_presented.push_back(text);
     return 7;
+}
+
+// The presenter for shows from several threads: it counts under its own lock.
+std::mutex g_presentedLock;
+int32_t RecordingPresenterLocked(const std::string& text) {
+    std::lock_guard<std::mutex> hold(g_presentedLock);
+    return RecordingPresenter(text);
+}
+size_t PresentedCount() {
+    std::lock_guard<std::mutex> hold(g_presentedLock);
+    return g_presented.size();
 }
 
 class TextException : public CException {
@@ -69,8 +83,6 @@ TEST(CTNMessageBox, NestedReroutesFeedTheInnermostArrayAndPopInOrder) {
     CTNMessageBox::RerouteMessageBoxToLogArray(&outer);
     CTNMessageBox::Show(std::string("a"));
     CTNMessageBox::RerouteMessageBoxToLogArray(&inner);
-    EXPECT_EQ(CTNMessageBox::s_ListOfLogArray.size(), 2u);
-    EXPECT_EQ(CTNMessageBox::s_ListOfLogArray.back(), &inner);
     CTNMessageBox::Show(std::string("b"));
     CTNMessageBox::RerouteMessageBoxToLogArray(nullptr);
     EXPECT_TRUE(CTNMessageBox::IsRerouteMessageBoxToLogArray());
@@ -137,4 +149,32 @@ TEST(CTNMessageBox, ExceptionThatWritesNoTextShowsAnEmptyTextNotAnEarlierOne) {
     CTNMessageBox::RerouteMessageBoxToLogArray(nullptr);
     ASSERT_EQ(log.size(), 2u);
     EXPECT_EQ(log[1], "");
+}
+
+TEST(CTNMessageBox, TextsShownFromOtherThreadsWhileOneThreadReroutesAreAllKept) {
+    // Four threads show while the main thread pushes and pops reroutes: every
+    // text lands in exactly one array or with the presenter, none is lost.
+    PresenterScope presenter(RecordingPresenterLocked);
+    constexpr int kThreads = 4;
+    constexpr int kTexts = 2000;
+    std::atomic<bool> go{false};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([&go] {
+            while (!go.load()) std::this_thread::yield();
+            for (int i = 0; i < kTexts; ++i) CTNMessageBox::Show(std::string("text"));
+        });
+    }
+    std::vector<std::vector<std::string>> logs(200);
+    go = true;
+    for (auto& log : logs) {
+        CTNMessageBox::RerouteMessageBoxToLogArray(&log);
+        std::this_thread::yield();
+        CTNMessageBox::RerouteMessageBoxToLogArray(nullptr);
+    }
+    for (auto& t : threads) t.join();
+    size_t total = PresentedCount();
+    for (const auto& log : logs) total += log.size();
+    EXPECT_EQ(total, static_cast<size_t>(kThreads) * kTexts);
+    EXPECT_FALSE(CTNMessageBox::IsRerouteMessageBoxToLogArray());
 }
