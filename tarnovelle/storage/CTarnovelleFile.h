@@ -37,6 +37,10 @@ public:
 
     virtual uint32_t GetHandle() const;  // unchecked; 0 and all ones mean closed
     virtual uint32_t GetLength();
+    // The size when Open took its lock, asked of nobody: while this object
+    // holds the file no writer of the library changes it. 64 bits, so that a
+    // claim of a block can be compared with it without wrapping.
+    uint64_t GetLengthAtOpen() const { return m_File.GetLengthAtOpen(); }
     virtual int GetStatus(STNFileStatus& status);
     // Nonzero when open; zero after the time-out, with the thread's last-error
     // value set (110 where nothing else was recorded).

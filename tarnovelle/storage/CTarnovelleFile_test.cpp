@@ -12,6 +12,7 @@
 #include "tarnovelle/support/TNApplicationLog.h"
 #include <functional>
 #include "tarnovelle/support/CTNFakeClock.h"
+#include "tarnovelle/support/CTNFileFaults.h"
 #include "tarnovelle/support/CTarnovelleException.h"
 #include "tarnovelle/support/TNLastError.h"
 #include "tests/support/TNChildProcess.h"
@@ -253,4 +254,41 @@ TEST_F(CTarnovelleFileTest, AfterAFailedOpenThePathIsTheOneGivenToThatOpen) {
     EXPECT_EQ(file.GetFilePath(), second);
     EXPECT_EQ(ThrownText([&] { file.Seek(0, 0); }),
               "Exception: file = '" + second + "'\naction = invalid handle in Seek");
+}
+
+namespace {
+// Renames a prepared file over the one being opened, after the open and
+// before its lock: the inode the open holds is no longer the path's.
+class ReplaceBeforeLock : public CTNFileFaults {
+public:
+    ReplaceBeforeLock(std::string from, std::string to) : m_from(std::move(from)), m_to(std::move(to)) {}
+    int Before(EOperation operation, const std::string&) override {
+        if (operation == opLock && !m_done) {
+            m_done = true;
+            std::rename(m_from.c_str(), m_to.c_str());
+        }
+        return 0;
+    }
+
+private:
+    std::string m_from;
+    std::string m_to;
+    bool m_done = false;
+};
+}  // namespace
+
+TEST_F(CTarnovelleFileTest, AnOpenWhoseFileWasReplacedBeforeTheLockTriesAgainAndReadsTheNewFile) {
+    TNTestDir dir;
+    const std::string path = dir.WriteFile("x.Sam", "old");
+    ReplaceBeforeLock faults(dir.WriteFile("replacement", "new"), path);
+    CTNScopedFileFaults scope(&faults);
+    CTNFakeClock clock(0);
+    CTNScopedClock clockScope(&clock);
+    CTarnovelleFile file;
+    ASSERT_NE(file.Open(path.c_str(), CTarnovelleFile::modeRead), 0);
+    EXPECT_EQ(clock.GetSleeps(), (std::vector<uint32_t>{500}));
+    char bytes[3];
+    ASSERT_EQ(file.Read(bytes, 3), 3u);
+    EXPECT_EQ(std::string(bytes, 3), "new");
+    file.Close();
 }

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "tarnovelle/support/CTNFileFaults.h"
 #include "tarnovelle/support/TNLastError.h"
 
 namespace {
@@ -31,9 +32,11 @@ bool TryLock(int fd, int type) {
     return fcntl(fd, F_OFD_SETLK, &fl) == 0;
 }
 
-bool SameInode(int fd, const char* path) {
+// `length`, if given, receives the size of the open file.
+bool SameInode(int fd, const char* path, uint64_t* length = nullptr) {
     struct stat byFd {}, byPath {};
     if (fstat(fd, &byFd) != 0 || stat(path, &byPath) != 0) return false;
+    if (length) *length = static_cast<uint64_t>(byFd.st_size);
     return byFd.st_dev == byPath.st_dev && byFd.st_ino == byPath.st_ino;
 }
 
@@ -136,6 +139,10 @@ bool CTNFile::Open(const char* path, uint32_t flags, CFileException* error) {
         Fail(error, CFileException::genericException, EINVAL, path);
         return false;
     }
+    if (const int injected = TNFileFault(CTNFileFaults::opOpen, path)) {
+        Fail(error, CFileException::CauseFromErrno(injected), injected, path);
+        return false;
+    }
     const int lockType = LockTypeFor(flags);
     int oflags = O_CLOEXEC;
     // A lock needs a descriptor with the matching access: a read lock a
@@ -158,13 +165,19 @@ bool CTNFile::Open(const char* path, uint32_t flags, CFileException* error) {
         Fail(error, CFileException::accessDenied, EISDIR, path);
         return false;
     }
+    if (const int injected = TNFileFault(CTNFileFaults::opLock, path)) {
+        close(fd);
+        Fail(error, CFileException::CauseFromErrno(injected), injected, path);
+        return false;
+    }
     if (lockType >= 0 && !TryLock(fd, lockType)) {
         const int err = errno;
         close(fd);
         Fail(error, CFileException::sharingViolation, err == EACCES ? EAGAIN : err, path);
         return false;
     }
-    if (!SameInode(fd, path)) {
+    uint64_t length = 0;
+    if (!SameInode(fd, path, &length)) {
         close(fd);
         Fail(error, CFileException::sharingViolation, ESTALE, path);
         return false;
@@ -175,8 +188,10 @@ bool CTNFile::Open(const char* path, uint32_t flags, CFileException* error) {
         Fail(error, CFileException::CauseFromErrno(err), err, path);
         return false;
     }
+    if ((flags & modeCreate) && !(flags & modeNoTruncate)) length = 0;
     m_hFile = static_cast<uint32_t>(fd);
     m_nOpenFlags = flags;
+    m_nLengthAtOpen = length;
     return true;
 }
 
@@ -184,8 +199,10 @@ void CTNFile::Close() {
     if (!IsOpen()) return;
     const int fd = static_cast<int>(m_hFile);
     m_hFile = hFileNull;
+    const int injected = TNFileFault(CTNFileFaults::opClose, m_strFileName.c_str());
     // Closing the descriptor also releases its lock.
     if (::close(fd) != 0) ThrowErrno(errno);
+    if (injected) ThrowErrno(injected);
 }
 
 void CTNFile::Abort() {
@@ -201,6 +218,7 @@ void CTNFile::ThrowErrno(int err) const {
 
 uint32_t CTNFile::Read(void* buffer, uint32_t count) {
     if (!IsOpen()) ThrowErrno(EBADF);
+    if (const int injected = TNFileFault(CTNFileFaults::opRead, m_strFileName.c_str())) ThrowErrno(injected);
     auto* p = static_cast<char*>(buffer);
     uint32_t done = 0;
     while (done < count) {
@@ -217,6 +235,7 @@ uint32_t CTNFile::Read(void* buffer, uint32_t count) {
 
 void CTNFile::Write(const void* buffer, uint32_t count) {
     if (!IsOpen()) ThrowErrno(EBADF);
+    if (const int injected = TNFileFault(CTNFileFaults::opWrite, m_strFileName.c_str())) ThrowErrno(injected);
     const auto* p = static_cast<const char*>(buffer);
     uint32_t done = 0;
     while (done < count) {
@@ -234,6 +253,7 @@ int64_t CTNFile::Seek(int64_t offset, int origin) {
     if (!IsOpen()) ThrowErrno(EBADF);
     const int whence = origin == begin ? SEEK_SET : origin == current ? SEEK_CUR : origin == end ? SEEK_END : -1;
     if (whence < 0) ThrowErrno(EINVAL);
+    if (const int injected = TNFileFault(CTNFileFaults::opSeek, m_strFileName.c_str())) ThrowErrno(injected);
     const off_t pos = ::lseek(static_cast<int>(m_hFile), static_cast<off_t>(offset), whence);
     if (pos < 0) ThrowErrno(errno);
     return pos;
@@ -251,28 +271,36 @@ uint64_t CTNFile::GetPosition() const {
 uint64_t CTNFile::GetLength() const {
     struct stat st {};
     if (!IsOpen()) ThrowErrno(EBADF);
+    if (const int injected = TNFileFault(CTNFileFaults::opLength, m_strFileName.c_str())) ThrowErrno(injected);
     if (fstat(static_cast<int>(m_hFile), &st) != 0) ThrowErrno(errno);
     return static_cast<uint64_t>(st.st_size);
 }
 
 void CTNFile::SetLength(uint64_t length) {
     if (!IsOpen()) ThrowErrno(EBADF);
+    if (const int injected = TNFileFault(CTNFileFaults::opLength, m_strFileName.c_str())) ThrowErrno(injected);
     if (ftruncate(static_cast<int>(m_hFile), static_cast<off_t>(length)) != 0) ThrowErrno(errno);
 }
 
 void CTNFile::Flush() {
     if (!IsOpen()) return;
+    if (const int injected = TNFileFault(CTNFileFaults::opFlush, m_strFileName.c_str())) ThrowErrno(injected);
     if (fdatasync(static_cast<int>(m_hFile)) != 0 && errno != EINVAL) ThrowErrno(errno);
 }
 
 bool CTNFile::GetStatus(STNFileStatus& status) const {
     if (!IsOpen()) return false;
+    if (const int injected = TNFileFault(CTNFileFaults::opStatus, m_strFileName.c_str())) ThrowErrno(injected);
     const std::string full = FullPathOf(m_strFileName.c_str());
     return FillStatus(static_cast<int>(m_hFile), "", AT_EMPTY_PATH, full.c_str(), status);
 }
 
 bool CTNFile::GetStatus(const char* path, STNFileStatus& status) {
     if (!path || !*path) return false;
+    if (const int injected = TNFileFault(CTNFileFaults::opStatus, path)) {
+        TNSetLastError(static_cast<uint32_t>(injected));
+        throw CFileException(CFileException::CauseFromErrno(injected), injected, path);
+    }
     const std::string full = FullPathOf(path);
     if (FillStatus(AT_FDCWD, path, 0, full.c_str(), status)) return true;
     const int err = errno;
@@ -283,7 +311,9 @@ bool CTNFile::GetStatus(const char* path, STNFileStatus& status) {
 
 int CTNFile::TryRemove(const char* path) {
     struct stat st {};
-    if (!path || lstat(path, &st) != 0) return path ? errno : ENOENT;
+    if (!path) return ENOENT;
+    if (const int injected = TNFileFault(CTNFileFaults::opRemove, path)) return injected;
+    if (lstat(path, &st) != 0) return errno;
     if (S_ISDIR(st.st_mode)) return EISDIR;
     // A read-only file is not deleted, as on the archive's original platform,
     // also when the process could (running as root).
@@ -298,7 +328,9 @@ int CTNFile::TryRemove(const char* path) {
 
 int CTNFile::TryRename(const char* from, const char* to) {
     struct stat st {};
-    if (!from || !to || lstat(from, &st) != 0) return (from && to) ? errno : ENOENT;
+    if (!from || !to) return ENOENT;
+    if (const int injected = TNFileFault(CTNFileFaults::opRename, from)) return injected;
+    if (lstat(from, &st) != 0) return errno;
     int fd = -1;
     if (S_ISREG(st.st_mode)) {
         fd = LockForRemoval(from, true);

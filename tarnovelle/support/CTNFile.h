@@ -66,6 +66,10 @@ public:
     bool GetStatus(STNFileStatus& status) const;
     static bool GetStatus(const char* path, STNFileStatus& status);  // false if the path does not exist
 
+    // The file's size when the open took its lock; no call to the system.
+    // Under a share lock that keeps writers out it is the size still.
+    uint64_t GetLengthAtOpen() const { return m_nLengthAtOpen; }
+
     uint32_t GetHandle() const { return m_hFile; }
     bool IsOpen() const { return m_hFile != hFileNull; }
     const std::string& GetFilePath() const { return m_strFileName; }  // of the last Open, also a failed one
@@ -83,5 +87,6 @@ private:
 
     uint32_t m_hFile = hFileNull;
     uint32_t m_nOpenFlags = 0;
+    uint64_t m_nLengthAtOpen = 0;
     std::string m_strFileName;
 };
