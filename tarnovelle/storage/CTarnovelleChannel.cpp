@@ -55,6 +55,12 @@ uint16_t TruncateToLow16(double value) {
     return static_cast<uint16_t>(static_cast<uint64_t>(whole) & 0xFFFFu);
 }
 
+// True when `bytes` from `position` on lie inside a file of `length` bytes;
+// 64-bit arithmetic, so no claim wraps round.
+bool LiesWithin(uint32_t position, uint64_t bytes, uint64_t length) {
+    return static_cast<uint64_t>(position) + bytes <= length;
+}
+
 bool IsEventType(EMeasurementValueType type) {
     return type == MVT_MEAN_EVENT || type == MVT_EXTREME_EVENT || type == MVT_BINARY;
 }
@@ -75,12 +81,9 @@ void CTarnovelleChannel::SetPaths(const std::string& root, const GUID& guid, con
 }
 
 ETarnovelleErrors CTarnovelleChannel::Init(const std::string& path) {
-    const std::string::size_type dot = path.rfind('.');
     const std::string::size_type separator = path.rfind('/');
     if (separator != std::string::npos && separator > 0) m_strDirectory = path.substr(0, separator);
-    const bool dotInName = separator == std::string::npos || dot > separator;
-    if (dot != std::string::npos && dot > 0 && dotInName) m_strBasePath = path.substr(0, dot);
-    else m_strBasePath = path;
+    m_strBasePath = RemoveFileExtension(path);
 
     // A missing directory is the same case as a missing file.
     const bool directoryThere = m_strDirectory.empty() || PathExists(m_strDirectory);
@@ -164,23 +167,39 @@ ETarnovelleErrors CTarnovelleChannel::Close() {
 
 // ---------------------------------------------------------------- writing
 
+bool CTarnovelleChannel::FitsValueType(EFormatId format) const {
+    // A block whose header form is not the one the channel's value type
+    // prescribes would make the whole samples file unreadable.
+    if (format == FORMAT_DIGIT || format == FORMAT_FLOAT) return IsMeanType();
+    const bool record = format == FORMAT_EVENT || format == FORMAT_BINARY_BYTE || format == FORMAT_BINARY_WORD ||
+                        format == FORMAT_BINARY_DWORD || format == FORMAT_MESSAGE;
+    return record && IsEventType(m_SamplesFile.GetMeasurementValueType());
+}
+
 ETarnovelleErrors CTarnovelleChannel::WriteBeginSampleFloat(const CTNUTCTimeStamp& from, const CTNUTCTimeStamp& to,
                                                             uint32_t /*count*/) {
+    if (!FitsValueType(FORMAT_FLOAT)) return TNE_FAILED;
     return m_SamplesFile.SelectLastOrCreateNewFloatDigitSample(FORMAT_FLOAT, from, to, 0.0f, 0.0f);
 }
 
 ETarnovelleErrors CTarnovelleChannel::WriteBeginSampleDigit(const CTNUTCTimeStamp& from, const CTNUTCTimeStamp& to,
                                                             float valueOffset, float valueFactor,
                                                             uint32_t /*count*/) {
+    if (!FitsValueType(FORMAT_DIGIT)) return TNE_FAILED;
     return m_SamplesFile.SelectLastOrCreateNewFloatDigitSample(FORMAT_DIGIT, from, to, valueOffset, valueFactor);
 }
 
 ETarnovelleErrors CTarnovelleChannel::WriteBeginSampleEvent(const CTNUTCTimeStamp& from, const CTNUTCTimeStamp& to) {
+    if (!FitsValueType(FORMAT_EVENT)) return TNE_FAILED;
     return m_SamplesFile.SelectLastOrCreateNewEventBinarySample(FORMAT_EVENT, from, to);
 }
 
 ETarnovelleErrors CTarnovelleChannel::WriteBeginSampleBinary(EFormatId format, const CTNUTCTimeStamp& from,
                                                              const CTNUTCTimeStamp& to) {
+    // This begin makes a block of the event form: floats and digits, which
+    // have the mean form, don't come in through it.
+    const bool eventForm = format != FORMAT_DIGIT && format != FORMAT_FLOAT;
+    if (!eventForm || !FitsValueType(format)) return TNE_FAILED;
     return m_SamplesFile.SelectLastOrCreateNewEventBinarySample(format, from, to);
 }
 
@@ -289,19 +308,28 @@ ETarnovelleErrors CTarnovelleChannel::ReadArray(int32_t index, EFormatId format,
     if (!entry || entry->m_Header.GetFormatId() != format) return TNE_FAILED;
     const uint32_t elements = entry->m_Header.GetElementCount();
     const uint32_t position = entry->m_Header.GetDataPosition();
-    // A count whose bytes no 32-bit read can carry is no block this system wrote.
     const uint64_t bytes = static_cast<uint64_t>(elements) * sizeof(T);
-    if (bytes > std::numeric_limits<uint32_t>::max()) return TNE_OUT_OF_MEMORY;
+    values = nullptr;
+    count = 0;
 
     CTarnovelleFile file;
     OpenDataFile(file, GetDataFilePath(), CTarnovelleFile::modeRead);
+    // The header's count is only a claim: a block said to reach beyond its
+    // data file is damage, and nothing is allocated for it.
+    if (!LiesWithin(position, bytes, file.GetLengthAtOpen())) {
+        CloseQuietly(file);
+        return TNE_FILE_TRUNCATED;
+    }
+    // A count whose bytes no 32-bit read can carry is no block this system wrote.
+    if (bytes > std::numeric_limits<uint32_t>::max()) {
+        CloseQuietly(file);
+        return TNE_OUT_OF_MEMORY;
+    }
     // Records are constructed (zero) first; floats and digits are read over
     // uninitialised memory.
     T* array = new (std::nothrow) T[elements];
     if (!array) {
         CloseQuietly(file);
-        values = nullptr;
-        count = 0;
         return TNE_OUT_OF_MEMORY;
     }
     count = elements;
@@ -332,6 +360,12 @@ ETarnovelleErrors CTarnovelleChannel::WriteArray(int32_t index, EFormatId format
     CTarnovelleFile file;
     // Write only, nothing created; Open adds "exclusive".
     OpenDataFile(file, GetDataFilePath(), CTarnovelleFile::modeWrite);
+    // Rewriting a block that claims more than the file holds would extend
+    // the file behind every later block's back.
+    if (!LiesWithin(entry->m_Header.GetDataPosition(), bytes, file.GetLengthAtOpen())) {
+        CloseQuietly(file);
+        return TNE_FILE_TRUNCATED;
+    }
     try {
         file.Seek(static_cast<int32_t>(entry->m_Header.GetDataPosition()), 0);
         file.WriteHuge(values, static_cast<uint32_t>(bytes));

@@ -27,7 +27,13 @@
 // A whole block is read in one read.
 //
 // Results are ETarnovelleErrors: TNE_FAILED for a block index not below the
-// count or a format that doesn't fit the form, TNE_FILE_GONE for a missing
+// count or a format that doesn't fit the form, and for a WriteBeginSample...
+// whose format doesn't fit the channel's value type (digits and floats belong
+// to mean, minimum, maximum and interval channels, the record formats to event
+// and binary channels; refused before anything changes, since one such block
+// would make the whole samples file unreadable); TNE_FILE_TRUNCATED for a
+// block that claims values beyond the end of the data file (GetArray and
+// UpdateArray; nothing is allocated or written for it); TNE_FILE_GONE for a missing
 // samples file (Init(path), Refresh(root, ...)) or root (Create),
 // TNE_NO_OBJECT for GetTimeRange of a channel without blocks. Failing file
 // operations throw CTarnovelleException. A negative block index must not be
@@ -166,6 +172,9 @@ private:
     const CSampleEntry* GetEntry(int32_t index) const;
     std::string GetDataFilePath() const { return m_strBasePath + ".Dat"; }
     bool IsMeanType() const;
+    // Whether blocks of `format` may go into this channel: digits and floats
+    // into mean-type channels, the record formats into event-type ones.
+    bool FitsValueType(EFormatId format) const;
     // Reads or rewrites a block of `format` whole, opening the data file for the call.
     template <typename T>
     ETarnovelleErrors ReadArray(int32_t index, EFormatId format, T*& values, uint32_t& count);

@@ -4,21 +4,13 @@
 
 #include "tarnovelle/support/CFileException.h"
 #include "tarnovelle/support/STNFileStatus.h"
+#include "tarnovelle/support/TNPath.h"
 
 namespace {
 
 // Create if missing, keep what is there, write only; Open adds "exclusive".
 constexpr uint32_t kOpenForAppend =
     CTarnovelleFile::modeCreate | CTarnovelleFile::modeNoTruncate | CTarnovelleFile::modeWrite;
-
-// The path without its extension: the text before the last dot, when that dot
-// lies behind the last separator and is not the first character.
-std::string BasePathOf(const std::string& path) {
-    const size_t dot = path.find_last_of('.');
-    const size_t slash = path.find_last_of('/');
-    if (dot != std::string::npos && dot > 0 && (slash == std::string::npos || dot > slash)) return path.substr(0, dot);
-    return path;
-}
 
 }  // namespace
 
@@ -56,7 +48,7 @@ void CTarnovelleChannelDataFile::DropFile() {
 
 ETarnovelleErrors CTarnovelleChannelDataFile::Init(const std::string& path, const GUID& guid,
                                                    const SChannelID& channelId) {
-    m_strBasePath = BasePathOf(path);
+    m_strBasePath = RemoveFileExtension(path);
     m_Header.MeasuringPointGUID = guid;
     m_Header.ChannelID = channelId;
     return channelId.GetCharacteristicType() == CT_UNDEFINED ? TNE_FAILED : TNE_OK;

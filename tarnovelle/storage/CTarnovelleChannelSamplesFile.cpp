@@ -6,9 +6,11 @@
 
 #include "tarnovelle/storage/CSampleEntryEvent.h"
 #include "tarnovelle/storage/CSampleEntryMeanValues.h"
+#include "tarnovelle/storage/CTarnovelleChannelDataFile.h"
 #include "tarnovelle/storage/CTarnovelleFile.h"
 #include "tarnovelle/support/CFileException.h"
 #include "tarnovelle/support/STNFileStatus.h"
+#include "tarnovelle/support/TNPath.h"
 
 namespace {
 
@@ -32,23 +34,16 @@ EHeaderForm HeaderFormOf(EMeasurementValueType type) {
     }
 }
 
+// Element sizes as each kind of block list knows them: a mean-value list
+// knows only digits and floats, an event list only the record formats.
 uint32_t FloatDigitElementSize(EFormatId format) {
-    switch (format) {
-        case FORMAT_DIGIT: return 2;
-        case FORMAT_FLOAT: return 4;
-        default: return 0;
-    }
+    const bool known = format == FORMAT_DIGIT || format == FORMAT_FLOAT;
+    return known ? CTarnovelleChannelDataFile::GetRecordSize(format) : 0;
 }
 
 uint32_t EventBinaryElementSize(EFormatId format) {
-    switch (format) {
-        case FORMAT_EVENT: return 14;
-        case FORMAT_BINARY_BYTE: return 7;
-        case FORMAT_BINARY_WORD: return 8;
-        case FORMAT_BINARY_DWORD: return 10;
-        case FORMAT_MESSAGE: return 256;
-        default: return 0;
-    }
+    const bool known = format != FORMAT_DIGIT && format != FORMAT_FLOAT;
+    return known ? CTarnovelleChannelDataFile::GetRecordSize(format) : 0;
 }
 
 // Where the values of a block following `last` begin in the data file. A
@@ -75,12 +70,7 @@ CTarnovelleChannelSamplesFile::CTarnovelleChannelSamplesFile() = default;
 CTarnovelleChannelSamplesFile::~CTarnovelleChannelSamplesFile() { Clear(); }
 
 void CTarnovelleChannelSamplesFile::SetBasePath(const char* path) {
-    const std::string text = path ? path : "";
-    const std::string::size_type dot = text.rfind('.');
-    const std::string::size_type separator = text.rfind('/');
-    const bool dotAfterSeparator = separator == std::string::npos || dot > separator;
-    if (dot != std::string::npos && dot > 0 && dotAfterSeparator) m_strBasePath = text.substr(0, dot);
-    else m_strBasePath = text;
+    m_strBasePath = RemoveFileExtension(path ? path : "");
 }
 
 void CTarnovelleChannelSamplesFile::SetHeader(const GUID& guid, const SChannelID& channelId, const char* name,

@@ -12,6 +12,7 @@
 #include "tarnovelle/storage/CTarnovelleFile.h"
 #include "tarnovelle/support/CFileException.h"
 #include "tarnovelle/support/CTNFakeClock.h"
+#include "tarnovelle/support/CTNFileFaults.h"
 #include "tarnovelle/support/TNGuid.h"
 #include "tarnovelle/support/TNLastError.h"
 #include "tarnovelle/support/TNPath.h"
@@ -390,14 +391,54 @@ TEST(CTarnovelleChannel, EventChannelTimesKeepMilliseconds) {
     EXPECT_EQ(reader.GetEndTime(0), TS(1010, 250));
 }
 
-TEST(CTarnovelleChannel, TimesOfAChannelOfAnotherValueTypeAreInvalid) {
+TEST(CTarnovelleChannel, AChannelOfAnotherValueTypeTakesNoBlockAndHasNoTimes) {
     TNTestDir dir;
     CTarnovelleChannel channel;
-    ASSERT_EQ(channel.Init(dir.Path(), TestGuid(), kAnalog, "", 0, 0, 0, 0), TNE_OK);
-    ASSERT_EQ(channel.WriteBeginSampleFloat(TS(1000), TS(1010), 1), TNE_OK);
-    ASSERT_EQ(channel.GetBlockCount(), 1);
+    ASSERT_EQ(CreateChannel(channel, dir.Path(), kAnalog), TNE_OK);
+    EXPECT_EQ(channel.WriteBeginSampleFloat(TS(1000), TS(1010), 1), TNE_FAILED);
+    EXPECT_EQ(channel.WriteBeginSampleBinary(FORMAT_BINARY_BYTE, TS(1000), TS(1010)), TNE_FAILED);
+    EXPECT_EQ(channel.GetBlockCount(), 0);
     EXPECT_TRUE(channel.GetStartTime(0).IsInvalidTS());
     EXPECT_TRUE(channel.GetEndTime(0).IsInvalidTS());
+    ASSERT_EQ(channel.Close(), TNE_OK);
+}
+
+// Every form of block that doesn't fit the value type is refused before
+// anything changes, and the channel stays readable.
+TEST(CTarnovelleChannel, ABlockWhoseFormDoesNotFitTheValueTypeIsRefused) {
+    TNTestDir dir;
+    CTarnovelleChannel mean;
+    ASSERT_EQ(CreateChannel(mean, dir.Path(), kMean), TNE_OK);
+    EXPECT_EQ(mean.WriteBeginSampleEvent(TS(10), TS(20)), TNE_FAILED);
+    for (EFormatId f : {FORMAT_BINARY_BYTE, FORMAT_BINARY_WORD, FORMAT_BINARY_DWORD, FORMAT_MESSAGE, FORMAT_FLOAT,
+                        FORMAT_DIGIT, static_cast<EFormatId>(7)})
+        EXPECT_EQ(mean.WriteBeginSampleBinary(f, TS(10), TS(20)), TNE_FAILED) << f;
+    EXPECT_EQ(mean.GetBlockCount(), 0);
+    ASSERT_EQ(mean.WriteBeginSampleFloat(TS(10), TS(20), 1), TNE_OK);
+    const float v = 2.5f;
+    ASSERT_EQ(mean.WriteSampleData(&v, 1), TNE_OK);
+    ASSERT_EQ(mean.Close(), TNE_OK);
+
+    CTarnovelleChannel event;
+    ASSERT_EQ(CreateChannel(event, dir.Path(), kEvent), TNE_OK);
+    EXPECT_EQ(event.WriteBeginSampleFloat(TS(10), TS(20), 1), TNE_FAILED);
+    EXPECT_EQ(event.WriteBeginSampleDigit(TS(10), TS(20), 0.0f, 1.0f, 1), TNE_FAILED);
+    EXPECT_EQ(event.GetBlockCount(), 0);
+    ASSERT_EQ(event.WriteBeginSampleBinary(FORMAT_MESSAGE, TS(10), TS(20)), TNE_OK);
+    ASSERT_EQ(event.Close(), TNE_OK);
+
+    CTarnovelleChannel reread;
+    ASSERT_EQ(reread.Init(BasePath(dir.Path(), kMean) + ".Sam"), TNE_OK);
+    ASSERT_EQ(reread.GetBlockCount(), 1);
+    float* values = nullptr;
+    uint32_t count = 0;
+    ASSERT_EQ(reread.GetArray(0, values, count), TNE_OK);
+    ASSERT_EQ(count, 1u);
+    EXPECT_EQ(values[0], 2.5f);
+    delete[] values;
+    CTarnovelleChannel rereadEvent;
+    ASSERT_EQ(rereadEvent.Init(BasePath(dir.Path(), kEvent) + ".Sam"), TNE_OK);
+    EXPECT_EQ(rereadEvent.GetBlockCount(), 1);
 }
 
 TEST(CTarnovelleChannel, OffsetAndFactorOnlyForDigitBlocksOfMeanTypeChannels) {
@@ -415,10 +456,22 @@ TEST(CTarnovelleChannel, OffsetAndFactorOnlyForDigitBlocksOfMeanTypeChannels) {
 }
 
 TEST(CTarnovelleChannel, ValueFactorOfADigitBlockInAnEventTypeChannelIsZero) {
+    // No writer makes such a block any more; a file from elsewhere still may
+    // hold one: an event block whose format byte says digits.
     TNTestDir dir;
+    {
+        CTarnovelleChannel writer;
+        ASSERT_EQ(CreateChannel(writer, dir.Path(), kEvent), TNE_OK);
+        ASSERT_EQ(writer.WriteBeginSampleEvent(TS(10), TS(20)), TNE_OK);
+        ASSERT_EQ(writer.Close(), TNE_OK);
+    }
+    const std::string sam = BasePath(dir.Path(), kEvent) + ".Sam";
+    std::string bytes = TNTestDir::ReadFile(sam);
+    ASSERT_EQ(bytes.size(), 80u + 21u);
+    bytes[80] = static_cast<char>(FORMAT_DIGIT);
+    dir.WriteFile(sam.substr(dir.Path().size() + 1), bytes);
     CTarnovelleChannel channel;
-    ASSERT_EQ(channel.Init(dir.Path(), TestGuid(), kEvent, "", 0, 0, 0, 0), TNE_OK);
-    ASSERT_EQ(channel.WriteBeginSampleDigit(TS(10), TS(20), 1.5f, 2.0f, 0), TNE_OK);
+    ASSERT_EQ(channel.Init(sam), TNE_OK);
     ASSERT_EQ(channel.GetFormatId(0), FORMAT_DIGIT);
     EXPECT_EQ(channel.GetValueFactor(0), 0.0f);
     EXPECT_EQ(channel.GetValueOffset(0), 0.0f);
@@ -578,7 +631,7 @@ TEST(CTarnovelleChannel, BinaryAndMessageBlocksRoundTripEachInItsOwnForm) {
     EXPECT_EQ(reader.UpdateArray(0, w), TNE_FAILED);
 }
 
-TEST(CTarnovelleChannel, ReadingAShortDataFileGivesZeroRecordsBehindItsEnd) {
+TEST(CTarnovelleChannel, ABlockReachingBeyondAShortDataFileIsTruncatedAndGivesNoValues) {
     TNTestDir dir;
     CTarnovelleChannel writer;
     ASSERT_EQ(CreateChannel(writer, dir.Path(), kBinary), TNE_OK);
@@ -595,14 +648,15 @@ TEST(CTarnovelleChannel, ReadingAShortDataFileGivesZeroRecordsBehindItsEnd) {
         std::fwrite(dat.data(), 1, 30, f);
         std::fclose(f);
     }
-    SBinary_DWORD* out = nullptr;
-    uint32_t count = 0;
-    ASSERT_EQ(writer.GetArray(0, out, count), TNE_OK);
-    ASSERT_EQ(count, 2u);
-    EXPECT_EQ(uint32_t{out[0].m_Value}, 5u);  // copied: packed fields bind no reference
-    EXPECT_EQ(uint32_t{out[1].m_Value}, 0u);
-    EXPECT_EQ(uint32_t{out[1].dwTime}, 0u);
-    delete[] out;
+    SBinary_DWORD stale[1];
+    SBinary_DWORD* out = stale;  // must not be left as it was
+    uint32_t count = 7;
+    EXPECT_EQ(writer.GetArray(0, out, count), TNE_FILE_TRUNCATED);
+    EXPECT_EQ(out, nullptr);
+    EXPECT_EQ(count, 0u);
+    // Rewriting it in place would extend the file: refused, the file stays.
+    EXPECT_EQ(writer.UpdateArray(0, d), TNE_FILE_TRUNCATED);
+    EXPECT_EQ(TNTestDir::ReadFile(base + ".Dat").size(), 30u);
 }
 
 // ---------------------------------------------------------------- conversions
@@ -986,3 +1040,78 @@ TEST(CTarnovelleChannel, RefreshPicksUpBlocksAnotherObjectWrote) {
 }
 
 }  // namespace
+
+// ---------------------------------------------------------------- block index bounds
+
+TEST(CTarnovelleChannel, AnIndexEqualToTheBlockCountNamesNoBlock) {
+    TNTestDir dir;
+    CTarnovelleChannel channel;
+    ASSERT_EQ(CreateChannel(channel, dir.Path(), kMean), TNE_OK);
+    ASSERT_EQ(channel.Close(), TNE_OK);
+    WriteFloatBlock(channel, TS(100), TS(110), {1.0f});
+    WriteFloatBlock(channel, TS(200), TS(210), {2.0f});
+    WriteFloatBlock(channel, TS(300), TS(310), {3.0f});
+    ASSERT_EQ(channel.GetBlockCount(), 3);
+    EXPECT_EQ(channel.GetFormatId(3), CTarnovelleChannel::kNoFormat);
+    EXPECT_EQ(channel.GetNrOfValues(3), 0u);
+    EXPECT_EQ(channel.GetDataPosition(3), 0u);
+    EXPECT_TRUE(channel.GetStartTime(3).IsInvalidTS());
+    EXPECT_TRUE(channel.GetEndTime(3).IsInvalidTS());
+    EXPECT_EQ(channel.GetValueOffset(3), 0.0f);
+    EXPECT_EQ(channel.GetValueFactor(3), 0.0f);
+    float* values = nullptr;
+    uint32_t count = 0;
+    EXPECT_EQ(channel.GetArray(3, values, count), TNE_FAILED);
+    const float one = 1.0f;
+    EXPECT_EQ(channel.UpdateArray(3, &one), TNE_FAILED);
+}
+
+// ---------------------------------------------------------------- failed creation
+
+namespace {
+// Fails every open of one path.
+class FailOpensOf : public CTNFileFaults {
+public:
+    explicit FailOpensOf(std::string path) : m_path(std::move(path)) {}
+    int Before(EOperation operation, const std::string& path) override {
+        return operation == opOpen && path == m_path ? EIO : 0;
+    }
+
+private:
+    std::string m_path;
+};
+
+// True when `path` can be held exclusively at once, without a single retry.
+bool FreeToWrite(const std::string& path) {
+    CTNFakeClock clock(0);
+    CTNScopedClock scope(&clock);
+    CTarnovelleFile file;
+    const bool opened = file.Open(path.c_str(), CTarnovelleFile::modeWrite) != 0;
+    if (opened) file.Close();
+    return opened && clock.GetSleeps().empty();
+}
+}  // namespace
+
+TEST(CTarnovelleChannel, ACreateWhoseSamplesFileCannotBeOpenedLetsTheDataFileGo) {
+    TNTestDir dir;
+    const std::string base = BasePath(dir.Path(), kMean);
+    FailOpensOf faults(base + ".Sam");
+    CTNScopedFileFaults scope(&faults);
+    CTNFakeClock clock(0);
+    CTNScopedClock clockScope(&clock);
+    CTarnovelleChannel channel;
+    EXPECT_ANY_THROW(CreateChannel(channel, dir.Path(), kMean));
+    ASSERT_TRUE(TNTestDir::Exists(base + ".Dat"));
+    EXPECT_TRUE(FreeToWrite(base + ".Dat"));
+}
+
+TEST(CTarnovelleChannel, ACreateWhoseSamplesFileRefusesTheChannelLetsTheDataFileGo) {
+    // A channel of no value type: the new samples file knows nothing of it.
+    TNTestDir dir;
+    const SChannelID unknown(static_cast<ECharacteristicType>(0x21), static_cast<EPhase>(1), MVT_UNDEFINED);
+    CTarnovelleChannel channel;
+    EXPECT_EQ(CreateChannel(channel, dir.Path(), unknown), TNE_NO_OBJECT);
+    const std::string base = BasePath(dir.Path(), unknown);
+    ASSERT_TRUE(TNTestDir::Exists(base + ".Dat"));
+    EXPECT_TRUE(FreeToWrite(base + ".Dat"));
+}

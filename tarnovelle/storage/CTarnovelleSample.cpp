@@ -1,6 +1,9 @@
 #include "tarnovelle/storage/CTarnovelleSample.h"
 
 #include "tarnovelle/storage/CTarnovelleChannel.h"
+#include "tarnovelle/storage/SSampleHeader.h"
+#include "tarnovelle/storage/SSampleHeaderEvent.h"
+#include "tarnovelle/storage/SSampleHeaderMeanValues.h"
 
 #include <algorithm>
 #include <cstring>
@@ -9,12 +12,12 @@
 
 namespace {
 
-// The format mark of a sample that holds nothing; EFormatId has no name for it.
-constexpr EFormatId kNoFormat = static_cast<EFormatId>(7);
+constexpr EFormatId kNoFormat = CTarnovelleChannel::kNoFormat;
 
 // Block header sizes on disk: the mean-value header carries offset and factor.
-constexpr int32_t kFloatHeaderSize = 25;
-constexpr int32_t kRecordHeaderSize = 21;
+constexpr int32_t kFloatHeaderSize = sizeof(SSampleHeader) + sizeof(SSampleHeaderMeanValues);
+constexpr int32_t kRecordHeaderSize = sizeof(SSampleHeader) + sizeof(SSampleHeaderEvent);
+static_assert(kFloatHeaderSize == 25 && kRecordHeaderSize == 21, "block headers are 25 and 21 bytes on disk");
 
 // Arrays under FORMAT_DIGIT, FORMAT_FLOAT or no format are float arrays, so
 // an array is always at least count times this many bytes long.
@@ -22,11 +25,6 @@ uint32_t StorageSize(int32_t format) {
     const uint32_t size = CTarnovelleSample::GetRecordSize(format);
     return size != 0 ? size : sizeof(float);
 }
-
-static_assert(std::is_trivially_destructible_v<SEvent> && std::is_trivially_destructible_v<SBinary_BYTE> &&
-                  std::is_trivially_destructible_v<SBinary_WORD> && std::is_trivially_destructible_v<SBinary_DWORD> &&
-                  std::is_trivially_destructible_v<SBinary_Text>,
-              "sample arrays are released as plain storage");
 
 template <typename T>
 T* NewArray(uint64_t bytes) {
@@ -36,24 +34,35 @@ T* NewArray(uint64_t bytes) {
 }  // namespace
 
 uint32_t CTarnovelleSample::GetRecordSize(int32_t format) {
-    switch (format) {
-        case FORMAT_DIGIT:
-        case FORMAT_FLOAT: return sizeof(float);
-        case FORMAT_EVENT: return sizeof(SEvent);
-        case FORMAT_BINARY_BYTE: return sizeof(SBinary_BYTE);
-        case FORMAT_BINARY_WORD: return sizeof(SBinary_WORD);
-        case FORMAT_BINARY_DWORD: return sizeof(SBinary_DWORD);
-        case FORMAT_MESSAGE: return sizeof(SBinary_Text);
-        default: return 0;
+    // In memory digits are the floats they become; every other format is
+    // held as it is stored.
+    if (format == FORMAT_DIGIT) return sizeof(float);
+    if (format < FORMAT_DIGIT || format > FORMAT_MESSAGE) return 0;
+    return CTarnovelleChannelDataFile::GetRecordSize(static_cast<EFormatId>(format));
+}
+
+void CTarnovelleSample::DeleteArray(int32_t arrayFormat, void* values) {
+    switch (arrayFormat) {
+        case FORMAT_EVENT: delete[] static_cast<SEvent*>(values); break;
+        case FORMAT_BINARY_BYTE: delete[] static_cast<SBinary_BYTE*>(values); break;
+        case FORMAT_BINARY_WORD: delete[] static_cast<SBinary_WORD*>(values); break;
+        case FORMAT_BINARY_DWORD: delete[] static_cast<SBinary_DWORD*>(values); break;
+        case FORMAT_MESSAGE: delete[] static_cast<SBinary_Text*>(values); break;
+        default: delete[] static_cast<float*>(values); break;
     }
 }
 
 void CTarnovelleSample::FreeValues() {
-    // Every element type is trivially destructible, so releasing the storage
-    // ends the array whatever it was made as, and whatever the format mark
-    // says now: arrays made here and arrays handed over by the channel alike.
-    ::operator delete[](static_cast<void*>(m_pValues.pFloat));
+    // Released as the type it was made as, which after Append need not be the
+    // one the format mark names.
+    DeleteArray(m_ArrayFormat, m_pValues.pFloat);
     m_pValues.pFloat = nullptr;
+}
+
+void CTarnovelleSample::AdoptValues(UValues values, int32_t arrayFormat) {
+    FreeValues();
+    m_pValues = values;
+    m_ArrayFormat = static_cast<EFormatId>(arrayFormat);
 }
 
 CTarnovelleSample::UValues CTarnovelleSample::AllocateValues(int32_t format, uint64_t bytes) {
@@ -74,7 +83,8 @@ CTarnovelleSample::CTarnovelleSample()
       m_EndTime(CTNUTCTimeStamp::InvalidTS()),
       m_nNrOfValues(0),
       m_pValues{nullptr},
-      m_FormatId(kNoFormat) {}
+      m_FormatId(kNoFormat),
+      m_ArrayFormat(kNoFormat) {}
 
 CTarnovelleSample::CTarnovelleSample(const CTarnovelleSample& other) : CTarnovelleSample() {
     CopyContents(other);
@@ -86,7 +96,12 @@ CTarnovelleSample::CTarnovelleSample(const CTNUTCTimeStamp& start, const CTNMSec
 
 CTarnovelleSample::CTarnovelleSample(const CTNUTCTimeStamp& start, const CTNUTCTimeStamp& end, uint32_t count,
                                      const float* values)
-    : m_StartTime(start), m_EndTime(end), m_nNrOfValues(0), m_pValues{nullptr}, m_FormatId(FORMAT_FLOAT) {
+    : m_StartTime(start),
+      m_EndTime(end),
+      m_nNrOfValues(0),
+      m_pValues{nullptr},
+      m_FormatId(FORMAT_FLOAT),
+      m_ArrayFormat(FORMAT_FLOAT) {
     // Without values to copy the sample stays empty rather than read from null.
     if (count != 0 && values != nullptr) {
         m_pValues.pFloat = new float[count];
@@ -97,7 +112,12 @@ CTarnovelleSample::CTarnovelleSample(const CTNUTCTimeStamp& start, const CTNUTCT
 
 CTarnovelleSample::CTarnovelleSample(const CTNUTCTimeStamp& start, const CTNUTCTimeStamp& end, uint32_t count,
                                      const SEvent* events)
-    : m_StartTime(start), m_EndTime(end), m_nNrOfValues(0), m_pValues{nullptr}, m_FormatId(FORMAT_EVENT) {
+    : m_StartTime(start),
+      m_EndTime(end),
+      m_nNrOfValues(0),
+      m_pValues{nullptr},
+      m_FormatId(FORMAT_EVENT),
+      m_ArrayFormat(FORMAT_EVENT) {
     if (count != 0 && events != nullptr) {
         m_pValues.pEvent = new SEvent[count];
         std::copy(events, events + count, m_pValues.pEvent);
@@ -129,7 +149,7 @@ void CTarnovelleSample::CopyContents(const CTarnovelleSample& other) {
         return;
     }
     const uint64_t bytes = static_cast<uint64_t>(m_nNrOfValues) * GetRecordSize(m_FormatId);
-    m_pValues = AllocateValues(m_FormatId, bytes);
+    AdoptValues(AllocateValues(m_FormatId, bytes), m_FormatId);
     std::memcpy(m_pValues.pFloat, other.m_pValues.pFloat, static_cast<size_t>(bytes));
 }
 
@@ -202,8 +222,7 @@ ETarnovelleErrors CTarnovelleSample::Append(const CTarnovelleSample& other) {
     if (m_nNrOfValues != 0 && m_pValues.pFloat != nullptr)
         std::memcpy(static_cast<void*>(joined.pFloat), m_pValues.pFloat,
                     static_cast<size_t>(m_nNrOfValues * std::min(ownSize, otherSize)));
-    FreeValues();
-    m_pValues = joined;
+    AdoptValues(joined, other.m_FormatId);
     if (other.m_nNrOfValues != 0 && other.m_pValues.pFloat != nullptr)
         std::memcpy(reinterpret_cast<char*>(joined.pFloat) + m_nNrOfValues * otherSize, other.m_pValues.pFloat,
                     static_cast<size_t>(other.m_nNrOfValues * otherSize));
@@ -251,9 +270,6 @@ ETarnovelleErrors LoadWholeBlock(CTarnovelleChannel& channel, int32_t index, EFo
     }
 }
 
-// Frees what LoadWholeBlock handed over.
-void FreeBlock(void* values) { ::operator delete[](values); }
-
 // The time stamp of record `index` of an array of `format`.
 CTNUTCTimeStamp RecordTime(const void* values, EFormatId format, uint32_t index) {
     const char* record = static_cast<const char*>(values) + static_cast<size_t>(index) * CTarnovelleSample::GetRecordSize(format);
@@ -281,7 +297,9 @@ ETarnovelleErrors CTarnovelleSample::Init(CTarnovelleChannel& channel, int32_t i
     void* values = nullptr;
     uint32_t count = 0;
     const ETarnovelleErrors result = LoadWholeBlock(channel, index, m_FormatId, values, count);
-    m_pValues.pFloat = static_cast<float*>(values);
+    UValues loaded;
+    loaded.pFloat = static_cast<float*>(values);
+    AdoptValues(loaded, m_FormatId);
     m_nNrOfValues = count;
     if (result != TNE_OK)
         return result;
@@ -309,30 +327,32 @@ ETarnovelleErrors CTarnovelleSample::Init(CTarnovelleChannel& channel, int32_t i
     uint32_t loadedCount = 0;
     const ETarnovelleErrors result = LoadWholeBlock(channel, index, m_FormatId, loaded, loadedCount);
     if (result != TNE_OK) {
-        FreeBlock(loaded);
+        DeleteArray(m_FormatId, loaded);
         return result;
     }
     // Never read behind the loaded values, even for a `first` beyond them.
     const uint32_t available = first < loadedCount ? loadedCount - first : 0;
     const uint32_t count = std::min(last - first, available);
     if (count == 0 || loaded == nullptr) {
-        FreeBlock(loaded);
+        DeleteArray(m_FormatId, loaded);
         return TNE_FAILED;
     }
     const size_t recordSize = GetRecordSize(m_FormatId);
     if (first == 0 && count == loadedCount) {
         // The whole block is wanted: keep the loaded array instead of copying it.
-        m_pValues.pFloat = static_cast<float*>(loaded);
+        UValues whole;
+        whole.pFloat = static_cast<float*>(loaded);
+        AdoptValues(whole, m_FormatId);
     } else {
         try {
-            m_pValues = AllocateValues(m_FormatId, static_cast<uint64_t>(count) * recordSize);
+            AdoptValues(AllocateValues(m_FormatId, static_cast<uint64_t>(count) * recordSize), m_FormatId);
         } catch (...) {
-            FreeBlock(loaded);
+            DeleteArray(m_FormatId, loaded);
             throw;
         }
         std::memcpy(static_cast<void*>(m_pValues.pFloat), static_cast<const char*>(loaded) + first * recordSize,
                     count * recordSize);
-        FreeBlock(loaded);
+        DeleteArray(m_FormatId, loaded);
     }
     m_nNrOfValues = count;
 
@@ -382,7 +402,7 @@ ETarnovelleErrors CTarnovelleSample::InitRecordsForTimeRange(CTarnovelleChannel&
         throw;
     }
     if (result != TNE_OK) {
-        FreeBlock(loaded);
+        DeleteArray(m_FormatId, loaded);
         return result;
     }
     uint32_t first = 0;
@@ -401,7 +421,7 @@ ETarnovelleErrors CTarnovelleSample::InitRecordsForTimeRange(CTarnovelleChannel&
             last = i + 1;
         }
     }
-    FreeBlock(loaded);
+    DeleteArray(m_FormatId, loaded);
     // The event before the range tells the value at the range's start.
     if (m_FormatId == FORMAT_EVENT && includePrevious && first != 0)
         --first;

@@ -15,11 +15,16 @@
 // SBinary_DWORD 10, SBinary_Text 256. A block header on disk is 25 bytes for a
 // float block and 21 for the record formats (GetSizeInBytes).
 //
-// Loading (Init):
+// Loading (Init). A load that reads values replaces what the sample held; a
+// load that reads none leaves the array as it was (only a change of format
+// mark to one of another record size drops it), so a sample that is
+// initialised again may still hold its earlier values:
 //   - Init(channel, index): the whole block; an empty block gives a sample
-//     whose end time is its start time, whatever the header says.
+//     whose end time is its start time, whatever the header says, and reads
+//     nothing.
 //   - Init(channel, index, first, last): values first..last-1; `first` not
-//     below `last` gives no values and both times the block's start. The float
+//     below `last` reads nothing and sets both times to the block's start
+//     (Init(channel, 0, 2, 2) on a sample of 7 floats keeps the 7). The float
 //     times are computed from the block's interval and `first`/`last` as
 //     given, even where fewer values were there; `first + count` must not
 //     pass the block's count (it is clamped here rather than read past).
@@ -28,10 +33,13 @@
 //     `from` (kept with includePrevious) or a whole interval lies behind `to`.
 //     The record formats take the first record at or behind `from` even when
 //     it lies behind `to`, then every following record up to `to`; for events,
-//     includePrevious adds the event before the range as well.
+//     includePrevious adds the event before the range as well. An empty
+//     block, or `from` not before `to` for a float block, reads nothing.
 // Loads read the whole block from the channel; the time-range form of the
 // record formats reads it twice. File failures pass through as exceptions,
-// and the sample then holds no values.
+// and the sample then holds no values. A block that claims values beyond the
+// end of its data file gives TNE_FILE_TRUNCATED, and nothing is allocated
+// for it.
 //
 // Save(channel) writes one begin call and one data call by the format;
 // FORMAT_DIGIT and any format outside 1..6 write nothing and give 0.
@@ -130,8 +138,13 @@ private:
         SBinary_Text* pText;
     };
 
-    // Releases the array, whatever its element type, and leaves none.
+    // Releases the array as the element type it was made as, and leaves none.
     void FreeValues();
+    // Releases the array and takes `values`, made as the element type of
+    // `arrayFormat` (float outside 1..6).
+    void AdoptValues(UValues values, int32_t arrayFormat);
+    // delete[] of an array made as the element type of `arrayFormat`.
+    static void DeleteArray(int32_t arrayFormat, void* values);
     // An array of the element type of `format` (float outside 1..6), records
     // default-constructed, that holds at least `bytes`.
     static UValues AllocateValues(int32_t format, uint64_t bytes);
@@ -152,4 +165,7 @@ private:
     uint32_t m_nNrOfValues;
     UValues m_pValues;
     EFormatId m_FormatId;
+    // The format whose element type the array was made as; differs from
+    // m_FormatId only after an Append of unequal formats.
+    EFormatId m_ArrayFormat;
 };

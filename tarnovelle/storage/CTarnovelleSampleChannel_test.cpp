@@ -17,7 +17,7 @@
 
 namespace {
 
-constexpr EFormatId kNoFormat = static_cast<EFormatId>(7);
+constexpr EFormatId kNoFormat = CTarnovelleChannel::kNoFormat;
 const GUID kPoint = {0x0A1B2C3D, 0x1111, 0x2222, {1, 2, 3, 4, 5, 6, 7, 8}};
 const SChannelID kMeanChannel(CT_VOLTAGE, PH_L1, MVT_MEAN);
 const SChannelID kEventChannel(CT_VOLTAGE, PH_L1, MVT_MEAN_EVENT);
@@ -160,6 +160,19 @@ void RoundTripRecords(const std::string& root, EFormatId format, const std::vect
     std::vector<T> out(records.size());
     ASSERT_EQ(loaded.GetArray(out.data(), static_cast<uint32_t>(out.size())), TNE_OK);
     EXPECT_EQ(std::memcmp(out.data(), records.data(), records.size() * sizeof(T)), 0);
+    // A copy and an assigned sample hold the values too, in arrays of their own.
+    const CTarnovelleSample copied(loaded);
+    CTarnovelleSample assigned;
+    assigned = loaded;
+    for (const CTarnovelleSample* other : {&copied, static_cast<const CTarnovelleSample*>(&assigned)}) {
+        EXPECT_EQ(other->GetFormatID(), format);
+        EXPECT_EQ(other->GetStartTime(), loaded.GetStartTime());
+        EXPECT_EQ(other->GetEndTime(), loaded.GetEndTime());
+        std::vector<T> again(records.size());
+        ASSERT_EQ(other->GetArray(again.data(), static_cast<uint32_t>(again.size())), TNE_OK);
+        EXPECT_EQ(std::memcmp(again.data(), records.data(), records.size() * sizeof(T)), 0);
+        EXPECT_NE(static_cast<const void*>(other->GetFLOATArray()), static_cast<const void*>(loaded.GetFLOATArray()));
+    }
     {
         CTarnovelleChannel channel;
         ASSERT_EQ(channel.Create(root, kPoint, second, "b", 1, 0, 0, 0), TNE_OK);
@@ -304,6 +317,21 @@ TEST_F(SampleChannelTest, ALoadReplacesTheEarlierContents) {
 }
 
 // ---------------------------------------------------------------- index ranges
+
+TEST_F(SampleChannelTest, IndexRangeWithFirstEqualToLastKeepsTheValuesASampleHeldBefore) {
+    Create(kMeanChannel);
+    SaveFloats(10, 5);
+    CloseWriter();
+    const std::vector<float> seven = Ramp(7);
+    CTarnovelleSample sample(At(0), At(7), 7, seven.data());
+    ASSERT_EQ(sample.Init(Reader(), 0, 2, 2), TNE_OK);
+    EXPECT_EQ(sample.GetNrOfValues(), 7u);
+    std::vector<float> out(7);
+    ASSERT_EQ(sample.GetArray(out.data(), 7), TNE_OK);
+    EXPECT_EQ(out, seven);
+    EXPECT_EQ(sample.GetStartTime(), At(10));
+    EXPECT_EQ(sample.GetEndTime(), At(10));
+}
 
 TEST_F(SampleChannelTest, IndexRangeWithFirstEqualToLastGivesNoValuesAndTheBlockStart) {
     Create(kMeanChannel);

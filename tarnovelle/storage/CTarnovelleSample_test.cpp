@@ -2,6 +2,7 @@
 // accessors, size on disk and joining. Loading from and saving into a real
 // channel is tested in CTarnovelleSampleChannel_test.cpp.
 #include "tarnovelle/storage/CTarnovelleSample.h"
+#include "tarnovelle/storage/CTarnovelleChannel.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +11,7 @@
 
 namespace {
 
-constexpr EFormatId kNoFormat = static_cast<EFormatId>(7);
+constexpr EFormatId kNoFormat = CTarnovelleChannel::kNoFormat;
 
 CTNUTCTimeStamp At(uint32_t second, uint32_t millisecond = 0) {
     return CTNUTCTimeStamp::CreateUTCTimeStamp(2000, 1, 1, 0, 0, second, millisecond);

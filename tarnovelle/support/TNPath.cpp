@@ -265,3 +265,11 @@ bool SetFileReadOnly(bool readOnly, const std::string& path) {
     mode = readOnly ? (mode & ~static_cast<mode_t>(S_IWUSR | S_IWGRP | S_IWOTH)) : (mode | S_IWUSR);
     return ::chmod(path.c_str(), mode) == 0;
 }
+
+std::string RemoveFileExtension(const std::string& path) {
+    const std::string::size_type dot = path.rfind('.');
+    const std::string::size_type separator = path.rfind('/');
+    const bool dotInName = separator == std::string::npos || dot > separator;
+    if (dot != std::string::npos && dot > 0 && dotInName) return path.substr(0, dot);
+    return path;
+}

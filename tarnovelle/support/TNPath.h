@@ -20,6 +20,11 @@
 
 #include "tarnovelle/support/TNExport.h"
 
+// `path` without its extension: the text before the last dot, when that dot
+// lies behind the last separator and is not the first character of `path`.
+// Channel files are named by their base path plus ".Sam" or ".Dat".
+TNVL_EXPORT std::string RemoveFileExtension(const std::string& path);
+
 // True when `name` matches `mask` (see above).
 TNVL_EXPORT bool TNMatchFileMask(const std::string& name, const std::string& mask);
 

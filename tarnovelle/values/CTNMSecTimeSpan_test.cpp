@@ -179,6 +179,9 @@ TEST(CTNMSecTimeSpan, IntervalCountOfWholeSeconds) {
     EXPECT_EQ(CTNMSecTimeSpan::CalculateIntervalCount(CTNMSecTimeSpan(10, 0), CTNMSecTimeSpan(1, 0)), 10u);
     EXPECT_EQ(CTNMSecTimeSpan::CalculateIntervalCount(CTNMSecTimeSpan(10, 0), CTNMSecTimeSpan(3, 0)), 3u);
     EXPECT_EQ(CTNMSecTimeSpan::CalculateIntervalCount(CTNMSecTimeSpan(10, 0), CTNMSecTimeSpan(10, 0)), 1u);
+    // A remainder that equals the interval exactly counts one more, also for
+    // an interval whose milliseconds are out of range.
+    EXPECT_EQ(CTNMSecTimeSpan::CalculateIntervalCount(CTNMSecTimeSpan(66, 174), CTNMSecTimeSpan(1, 64855)), 2u);
 }
 
 TEST(CTNMSecTimeSpan, IntervalCountOfZeroIntervalIsZero) {
