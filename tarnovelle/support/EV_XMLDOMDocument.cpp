@@ -3,6 +3,10 @@
 #include <algorithm>
 #include <cstdio>
 #include <memory>
+#include <string>
+#include <unordered_set>
+#include <utility>
+#include <vector>
 
 #include "tarnovelle/support/CTNMessageBox.h"
 #include "tarnovelle/support/TNTrace.h"
@@ -47,24 +51,110 @@ TNXmlParserDocument* UnreadableDocument(const std::string& path, bool missing) {
     return document;
 }
 
-// The indenting step of a formatted save, on one node and all below it.
-void FormatIndented(TNXmlParserDocument* owner, pugi::xml_node node, const std::string& indent) {
-    if (!node.first_child()) return;
-    // An element with text only keeps its text on one line.
-    bool textOnly = true;
+// Whether the indenting step leaves `node` as it is: without children, or
+// with text only, which keeps its text on one line.
+bool KeepsItsLine(pugi::xml_node node) {
     for (pugi::xml_node child = node.first_child(); child; child = child.next_sibling()) {
-        if (child.type() != pugi::node_pcdata && child.type() != pugi::node_cdata) textOnly = false;
+        if (child.type() != pugi::node_pcdata && child.type() != pugi::node_cdata) return false;
     }
-    if (textOnly) return;
+    return true;
+}
 
-    const std::string inner = indent + "    ";
-    // The children are taken first, so that the list doesn't change under the
-    // walk; depth is handled from the leaves up.
-    std::vector<pugi::xml_node> children;
-    for (pugi::xml_node child = node.first_child(); child; child = child.next_sibling()) children.push_back(child);
-    for (pugi::xml_node child : children) FormatIndented(owner, child, inner);
-    for (pugi::xml_node child : children) node.insert_child_before(pugi::node_pcdata, child).set_value(inner.c_str());
-    node.append_child(pugi::node_pcdata).set_value(indent.c_str());
+// The indenting step of a formatted save, on a child of the document and all
+// below it. A node gets an indent before each of its children and its own
+// indent after the last; the children's whitespace is theirs to add, so the
+// nodes can be taken in any order, and one list of pending nodes takes the
+// place of a call per level, which a deep document would run off the stack.
+// Every indent is the front part of one shared text of blanks rather than a
+// copy of its own per level.
+void FormatIndented(pugi::xml_node top) {
+    std::vector<std::pair<pugi::xml_node, size_t>> pending{{top, 0}};
+    std::string blanks = "\n";  // grows by four blanks a level, as deep as needed
+    while (!pending.empty()) {
+        auto [node, level] = pending.back();
+        pending.pop_back();
+        if (KeepsItsLine(node)) continue;
+        const size_t outer = 1 + 4 * level;
+        const size_t inner = outer + 4;
+        if (blanks.size() < inner) blanks.resize(inner, ' ');
+        for (pugi::xml_node child = node.first_child(); child; child = child.next_sibling()) {
+            node.insert_child_before(pugi::node_pcdata, child).set_value(blanks.data(), inner);
+            pending.emplace_back(child, level + 1);
+        }
+        node.append_child(pugi::node_pcdata).set_value(blanks.data(), outer);
+    }
+}
+
+// SetAttribute for a name the copy doesn't carry yet: the same checks, in
+// the same order, but no search for an attribute of that name.
+void AppendNewAttribute(EV_XMLDOMNode& copy, const std::string& name, const std::string& value) {
+    TNXmlParserNode* made = copy.GetParserNode();
+    if (!made || !EV_XMLDOMNode::IsValidName(name) || !EV_XMLDOMNode::IsValidAttrValue(value)) return;
+    if (made->node.type() != pugi::node_element || !tnxml::IsXmlName(name.c_str())) return;
+    made->node.append_attribute(name.c_str()).set_value(value.c_str());
+}
+
+// Sets the attributes of `node` on its fresh copy, in order, as SetAttribute
+// would. Only a name that came before goes through SetAttribute itself (it
+// replaces the earlier value); the others are appended without looking, so
+// an element with many attributes costs no more than their number.
+void CopyAttributes(pugi::xml_node node, EV_XMLDOMNode& copy) {
+    std::unordered_set<std::string> seen;
+    for (pugi::xml_attribute a = node.first_attribute(); a; a = a.next_attribute()) {
+        const std::string name = a.name();
+        if (seen.insert(name).second) AppendNewAttribute(copy, name, a.value());
+        else copy.SetAttribute(name, std::string(a.value()));
+    }
+}
+
+// Makes `copy` of `node` (whose DOM name is `name`) in `temporary`, as yet
+// without children: the text when there are no children, and the attributes.
+void StartCopy(EV_XMLDOMDocument& temporary, const TNXmlParserDocument* owner, pugi::xml_node node,
+               const std::string& name, EV_XMLDOMNode& copy) {
+    std::string text;
+    if (!tnxml::FirstChild(owner, node)) text = tnxml::NodeText(owner, node);
+    copy.Create(temporary, name.c_str(), text.c_str(), nullptr);
+    if (tnxml::HasAttributes(node)) CopyAttributes(node, copy);
+}
+
+// One open level of the copy below the top: a node's copy being built and
+// the child of that node to be copied next (none when all are done).
+struct CopyLevel {
+    EV_XMLDOMNode copy;
+    pugi::xml_node next;
+};
+
+// Copies what lies below `source` into its started copy `top`, depth first.
+// A list of open levels takes the place of a call per level, which a deep
+// document would run off the stack. All copies are made in `temporary`, so a
+// finished copy is moved into its parent's copy rather than copied again at
+// every level above. It goes in as soon as it is finished, before the next
+// sibling, since a later text child replaces all earlier children.
+void CopyChildren(EV_XMLDOMDocument& temporary, const TNXmlParserDocument* owner, pugi::xml_node source,
+                  EV_XMLDOMNode& top) {
+    std::vector<CopyLevel> open;
+    pugi::xml_node topNext = tnxml::FirstChild(owner, source);
+    for (;;) {
+        EV_XMLDOMNode& copy = open.empty() ? top : open.back().copy;
+        pugi::xml_node& next = open.empty() ? topNext : open.back().next;
+        if (!next) {
+            if (open.empty()) return;
+            EV_XMLDOMNode finished = copy;
+            open.pop_back();
+            (open.empty() ? top : open.back().copy).AppendChild(finished);
+            continue;
+        }
+        const pugi::xml_node child = next;
+        next = child.next_sibling();
+        const std::string name = tnxml::NodeName(child);
+        if (name == "#text") {
+            copy.SetText(tnxml::NodeText(owner, child));
+            continue;
+        }
+        CopyLevel below{EV_XMLDOMNode(), tnxml::FirstChild(owner, child)};
+        StartCopy(temporary, owner, child, name, below.copy);
+        open.push_back(below);
+    }
 }
 
 }  // namespace
@@ -157,7 +247,7 @@ HRESULT EV_XMLDOMDocument::SaveAs(const std::string& path, bool format) {
         if (format) {
             pugi::xml_node root = m_pDocument->doc;
             for (pugi::xml_node child = tnxml::FirstChild(m_pDocument, root); child; child = child.next_sibling()) {
-                FormatIndented(m_pDocument, child, "\n");
+                FormatIndented(child);
             }
         }
         if (!WriteWholeFile(path, tnxml::Serialize(m_pDocument))) return E_FAIL;
@@ -250,40 +340,19 @@ int32_t EV_XMLDOMDocument::CloneTree(EV_XMLDOMNode& source, EV_XMLDOMNode& targe
         }
         if (name == "#text") return 0;
 
-        int32_t childCount = 0;
-        source.GetChildCount(childCount);
-        std::string text;
-        if (childCount == 0) source.GetText(text);
-
+        // One temporary document holds the copy and every copy below it.
         EV_XMLDOMDocument temporary;
         temporary.New();
-        target.Create(temporary, name.c_str(), text.c_str(), nullptr);
-        int32_t attributeCount = 0;
-        if (SUCCEEDED(source.GetAttributeCount(attributeCount))) {
-            for (int32_t i = 0; i < attributeCount; ++i) {
-                std::string attributeName;
-                std::string attributeValue;
-                source.GetAttributeName(i, attributeName);
-                source.GetAttributeValue(i, attributeValue);
-                target.SetAttribute(attributeName, attributeValue);
-            }
-        }
-        for (int32_t i = 0; i < childCount; ++i) {
-            EV_XMLDOMNode child;
-            EV_XMLDOMNode made;
-            if (FAILED(source.GetChild(i, child))) continue;
-            if (CloneTree(child, made) == 1) {
-                target.AppendChild(made);
-            } else {
-                std::string childText;
-                child.GetText(childText);
-                target.SetText(childText);
-            }
-        }
+        // A reference of its own: `target` may be the very object `source`,
+        // and making the copy releases what it referred to.
+        const EV_XMLDOMNode held = source;
+        const TNXmlParserNode* from = held.GetParserNode();
+        StartCopy(temporary, from->owner, from->node, name, target);
+        CopyChildren(temporary, from->owner, from->node, target);
         return 1;
     });
-    // Out of memory on the way: what was copied stays, as with any other
-    // step that didn't succeed.
+    // Out of memory on the way: what was copied so far stays, as with any
+    // other step that didn't succeed.
     return hr == 0 ? 0 : 1;
 }
 

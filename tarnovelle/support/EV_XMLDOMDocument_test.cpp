@@ -1,6 +1,11 @@
 #include "tarnovelle/support/EV_XMLDOMDocument.h"
 
 #include <gtest/gtest.h>
+#include <pthread.h>
+
+#include <functional>
+#include <string>
+#include <vector>
 
 #include "tarnovelle/support/CTNMessageBox.h"
 #include "tarnovelle/support/TNTrace.h"
@@ -49,6 +54,90 @@ std::string Serial(const EV_XMLDOMDocument& doc) {
 }
 
 std::vector<uint8_t> Bytes(const std::string& text) { return std::vector<uint8_t>(text.begin(), text.end()); }
+
+// Runs `body` on a thread of its own whose stack holds `stackBytes`, so that
+// a walk taking stack for every level of a document would run off its end.
+void RunWithStack(size_t stackBytes, const std::function<void()>& body) {
+    pthread_attr_t attributes;
+    ASSERT_EQ(pthread_attr_init(&attributes), 0);
+    ASSERT_EQ(pthread_attr_setstacksize(&attributes, stackBytes), 0);
+    auto run = [](void* argument) -> void* {
+        (*static_cast<const std::function<void()>*>(argument))();
+        return nullptr;
+    };
+    pthread_t thread;
+    const int made = pthread_create(&thread, &attributes, run, const_cast<std::function<void()>*>(&body));
+    pthread_attr_destroy(&attributes);
+    ASSERT_EQ(made, 0);
+    pthread_join(thread, nullptr);
+}
+
+std::string ElementName(int32_t level) { return "e" + std::to_string(level); }
+
+// A chain of `levels` elements, the one at level k (from 0) named "e<k>",
+// the innermost holding the text "bottom".
+std::string NestedDocument(int32_t levels) {
+    std::string text;
+    for (int32_t k = 0; k < levels; ++k) text += "<" + ElementName(k) + ">";
+    text += "bottom";
+    for (int32_t k = levels - 1; k >= 0; --k) text += "</" + ElementName(k) + ">";
+    return text;
+}
+
+// The same chain as a formatted save writes it: each element but the first
+// on a line of its own after four blanks a level, each end tag of an element
+// with an element inside on a line of its own too.
+std::string IndentedNestedDocument(int32_t levels) {
+    std::string text = "<" + ElementName(0) + ">";
+    for (int32_t k = 1; k < levels; ++k) text += "\n" + std::string(4 * k, ' ') + "<" + ElementName(k) + ">";
+    text += "bottom</" + ElementName(levels - 1) + ">";
+    for (int32_t k = levels - 2; k >= 0; --k) text += "\n" + std::string(4 * k, ' ') + "</" + ElementName(k) + ">";
+    return text;
+}
+
+// What stands between `tag` and the end of the tag before it.
+std::string SpaceBefore(const std::string& text, const std::string& tag) {
+    const size_t at = text.find(tag);
+    if (at == std::string::npos || at == 0) return "(no tag before " + tag + ")";
+    const size_t previous = text.rfind('>', at - 1);
+    if (previous == std::string::npos) return "(no tag before " + tag + ")";
+    return text.substr(previous + 1, at - previous - 1);
+}
+
+std::string LineStart(int32_t level) { return "\n" + std::string(4 * static_cast<size_t>(level), ' '); }
+
+// How far a walk down through the first element of each level gets from
+// `node`, passing over texts, and the name and text of the last element.
+struct Descent {
+    int32_t depth = 0;
+    std::string name;
+    std::string text;
+};
+
+Descent Descend(EV_XMLDOMNode node) {
+    Descent reached;
+    for (;;) {
+        ++reached.depth;
+        node.GetName(reached.name);
+        EV_XMLDOMNode child = node;
+        if (child.MoveToFirstChild() != S_OK) break;
+        std::string name;
+        child.GetName(name);
+        while (name == "#text" && child.MoveToNextSibling() == S_OK) child.GetName(name);
+        if (name == "#text") break;
+        node = child;
+    }
+    node.GetText(reached.text);
+    return reached;
+}
+
+// The document's first top-level node.
+EV_XMLDOMNode TopElement(const EV_XMLDOMDocument& doc) {
+    EV_XMLDOMNode node;
+    EXPECT_EQ(doc.GetRootNode(node), S_OK);
+    EXPECT_EQ(node.MoveToFirstChild(), S_OK);
+    return node;
+}
 
 }  // namespace
 
@@ -430,6 +519,142 @@ TEST(EV_XMLDOMDocument, CloneTreeLetsALaterTextReplaceEarlierChildren) {
     out.New();
     out.AppendChild(to);
     EXPECT_EQ(Serial(out), "<r>tail</r>");
+}
+
+TEST(EV_XMLDOMDocument, CloneTreeOfAMixedDocumentKeepsElementsAttributesAndTextsInOrder) {
+    EV_XMLDOMDocument source;
+    ASSERT_EQ(source.LoadInMemory(Bytes(
+                  "<?xml version=\"1.0\"?>"
+                  "<root id=\"7\" kind=\"a&amp;b\" both=\"&quot;'\" last=\"it's\">"
+                  "<!-- note --><first n=\"1\">one<b/></first>"
+                  "<second><third x=\"\" y=\"2\">deep<![CDATA[raw]]></third><fourth/><?pi data?></second>"
+                  "<fifth><sixth a=\"1\"><seventh>7</seventh></sixth><sixth a=\"2\"/></fifth>"
+                  "</root><!-- after -->")),
+              S_OK);
+    EV_XMLDOMNode from, to;
+    source.GetRootNode(from);
+    EV_XMLDOMDocument target;
+    target.New();
+    EXPECT_EQ(target.CloneTree(from, to), 1);
+    ASSERT_EQ(target.AppendChild(to), S_OK);
+    // Comments and CDATA sections have no element name and are left out; an
+    // attribute with both quotation marks is refused; a processing
+    // instruction comes over as an element holding its text; a text stays
+    // before a later element.
+    EXPECT_EQ(Serial(target),
+              "<root id=\"7\" kind=\"a&amp;b\" last=\"it's\">"
+              "<first n=\"1\">one<b/></first>"
+              "<second><third x=\"\" y=\"2\">deep</third><fourth/><pi>data</pi></second>"
+              "<fifth><sixth a=\"1\"><seventh>7</seventh></sixth><sixth a=\"2\"/></fifth>"
+              "</root>");
+}
+
+TEST(EV_XMLDOMDocument, CloneTreeGivesARepeatedAttributeItsLastValueInItsFirstPlace) {
+    EV_XMLDOMDocument source;
+    // The parser doesn't refuse a repeated attribute name.
+    ASSERT_EQ(source.LoadInMemory(Bytes("<r p=\"1\" q=\"2\" p=\"3\"><c p=\"4\" p=\"5\"/></r>")), S_OK);
+    EV_XMLDOMNode from, to;
+    source.GetRootNode(from);
+    EV_XMLDOMDocument target;
+    target.New();
+    EXPECT_EQ(target.CloneTree(from, to), 1);
+    ASSERT_EQ(target.AppendChild(to), S_OK);
+    EXPECT_EQ(Serial(target), "<r p=\"3\" q=\"2\"><c p=\"5\"/></r>");
+}
+
+TEST(EV_XMLDOMDocument, CloneTreeIntoItsOwnSourceObjectCopiesTheWholeTree) {
+    EV_XMLDOMDocument doc;
+    ASSERT_EQ(doc.LoadInMemory(Bytes("<r a=\"1\"><c>t</c><d/></r>")), S_OK);
+    EV_XMLDOMNode node;
+    ASSERT_EQ(doc.FindFirstNode("r", node), S_OK);
+    EXPECT_EQ(doc.CloneTree(node, node), 1);
+    EV_XMLDOMDocument out;
+    out.New();
+    ASSERT_EQ(out.AppendChild(node), S_OK);
+    EXPECT_EQ(Serial(out), "<r a=\"1\"><c>t</c><d/></r>");
+    EXPECT_EQ(Serial(doc), "<r a=\"1\"><c>t</c><d/></r>");
+}
+
+TEST(EV_XMLDOMDocument, DocumentAHundredThousandLevelsDeepOpensAndClonesOnAnOrdinaryStack) {
+    constexpr int32_t kLevels = 100000;
+    TNTestDir dir;
+    const std::string text = NestedDocument(kLevels);
+    const std::string path = dir.WriteFile("deep.xml", text);
+    RunWithStack(8u << 20, [&] {
+        EV_XMLDOMDocument source;
+        ASSERT_EQ(source.Open(path), S_OK);
+        EV_XMLDOMNode from, to;
+        ASSERT_EQ(source.GetRootNode(from), S_OK);
+        EV_XMLDOMDocument target;
+        ASSERT_EQ(target.New(), S_OK);
+        ASSERT_EQ(target.CloneTree(from, to), 1);
+        ASSERT_EQ(target.AppendChild(to), S_OK);
+        const Descent clone = Descend(TopElement(target));
+        EXPECT_EQ(clone.depth, kLevels);
+        EXPECT_EQ(clone.name, ElementName(kLevels - 1));
+        EXPECT_EQ(clone.text, "bottom");
+        // Compared as a truth value: a failure would print both texts whole.
+        EXPECT_TRUE(Serial(target) == text);
+    });
+}
+
+TEST(EV_XMLDOMDocument, DocumentAHundredThousandLevelsDeepLoadsSearchesAndWritesOnASmallStack) {
+    constexpr int32_t kLevels = 100000;
+    TNTestDir dir;
+    const std::string text = NestedDocument(kLevels);
+    RunWithStack(256u << 10, [&] {
+        EV_XMLDOMDocument doc;
+        ASSERT_EQ(doc.LoadInMemory(Bytes(text)), S_OK);
+        EV_XMLDOMNode found;
+        ASSERT_EQ(doc.FindFirstNode(ElementName(kLevels - 1), found), S_OK);
+        std::string foundText;
+        found.GetText(foundText);
+        EXPECT_EQ(foundText, "bottom");
+        std::string all;
+        TopElement(doc).GetText(all);
+        EXPECT_EQ(all, "bottom");
+        EXPECT_TRUE(Serial(doc) == text);
+        ASSERT_EQ(doc.SaveAs(dir / "again.xml", false), S_OK);
+        // Without its last end tag the chain doesn't parse, and the document
+        // is left empty.
+        EV_XMLDOMDocument cut;
+        EXPECT_EQ(cut.LoadInMemory(Bytes(text.substr(0, text.size() - ElementName(0).size() - 3))), E_FAIL);
+        EXPECT_EQ(Serial(cut), "");
+        // The documents and the nodes go here, on the small stack.
+    });
+    EXPECT_TRUE(TNTestDir::ReadFile(dir / "again.xml") == text);
+}
+
+TEST(EV_XMLDOMDocument, DocumentThreeThousandLevelsDeepSavesIndentedOnASmallStackAndReloads) {
+    constexpr int32_t kLevels = 3000;
+    TNTestDir dir;
+    const std::string path = dir / "indented.xml";
+    RunWithStack(256u << 10, [&] {
+        EV_XMLDOMDocument doc;
+        ASSERT_EQ(doc.LoadInMemory(Bytes(NestedDocument(kLevels))), S_OK);
+        ASSERT_EQ(doc.SaveAs(path, true), S_OK);
+    });
+    const std::string saved = TNTestDir::ReadFile(path);
+    EXPECT_EQ(saved.rfind("<e0>", 0), 0u);
+    for (int32_t level : {1, 2, 1500, kLevels - 1}) {
+        EXPECT_EQ(SpaceBefore(saved, "<" + ElementName(level) + ">"), LineStart(level)) << "level " << level;
+    }
+    for (int32_t level : {0, 1, 2, 1500}) {
+        EXPECT_EQ(SpaceBefore(saved, "</" + ElementName(level) + ">"), LineStart(level)) << "level " << level;
+    }
+    EXPECT_EQ(SpaceBefore(saved, "</" + ElementName(kLevels - 1) + ">"), "bottom");
+    const std::string expected = IndentedNestedDocument(kLevels);
+    EXPECT_EQ(saved.size(), expected.size());
+    EXPECT_TRUE(saved == expected);
+
+    RunWithStack(256u << 10, [&] {
+        EV_XMLDOMDocument again;
+        ASSERT_EQ(again.Open(path), S_OK);
+        const Descent reloaded = Descend(TopElement(again));
+        EXPECT_EQ(reloaded.depth, kLevels);
+        EXPECT_EQ(reloaded.name, ElementName(kLevels - 1));
+        EXPECT_EQ(reloaded.text, "bottom");
+    });
 }
 
 TEST(EV_XMLDOMDocument, AttachTakesOverADocumentReference) {

@@ -1,6 +1,11 @@
 #include "tarnovelle/support/EV_XMLDOMNode.h"
 
 #include <gtest/gtest.h>
+#include <pthread.h>
+
+#include <functional>
+#include <string>
+#include <vector>
 
 #include "tarnovelle/support/EV_XMLDOMDocument.h"
 #include "tarnovelle/support/TNTrace.h"
@@ -30,6 +35,38 @@ std::vector<std::string> AttributeNames(const EV_XMLDOMNode& node) {
         names.push_back(name);
     }
     return names;
+}
+
+// Runs `body` on a thread of its own whose stack holds `stackBytes`, so that
+// a walk taking stack for every level of a tree would run off its end.
+void RunWithStack(size_t stackBytes, const std::function<void()>& body) {
+    pthread_attr_t attributes;
+    ASSERT_EQ(pthread_attr_init(&attributes), 0);
+    ASSERT_EQ(pthread_attr_setstacksize(&attributes, stackBytes), 0);
+    auto run = [](void* argument) -> void* {
+        (*static_cast<const std::function<void()>*>(argument))();
+        return nullptr;
+    };
+    pthread_t thread;
+    const int made = pthread_create(&thread, &attributes, run, const_cast<std::function<void()>*>(&body));
+    pthread_attr_destroy(&attributes);
+    ASSERT_EQ(made, 0);
+    pthread_join(thread, nullptr);
+}
+
+// `levels` elements "e" nested in each other around the text "bottom".
+std::string NestedElements(int32_t levels) {
+    std::string text;
+    for (int32_t k = 0; k < levels; ++k) text += "<e>";
+    text += "bottom";
+    for (int32_t k = 0; k < levels; ++k) text += "</e>";
+    return text;
+}
+
+std::string SerialOf(const EV_XMLDOMDocument& doc) {
+    std::vector<uint8_t> bytes;
+    EXPECT_EQ(doc.PersistInMemory(bytes), S_OK);
+    return std::string(bytes.begin(), bytes.end());
 }
 
 }  // namespace
@@ -545,3 +582,40 @@ TEST_F(XmlNodeTest, TraceDoesNothingInAReleaseBuild) {
     EXPECT_EQ(g_traceCalls, 0);
 }
 #endif
+
+TEST(XmlDeepTree, NodeOperationsOnATreeAHundredThousandLevelsDeepRunOnASmallStack) {
+    constexpr int32_t kLevels = 100000;
+    const std::string text = NestedElements(kLevels);
+    RunWithStack(256u << 10, [&] {
+        EV_XMLDOMDocument doc;
+        ASSERT_EQ(doc.LoadInMemory(std::vector<uint8_t>(text.begin(), text.end())), S_OK);
+        EV_XMLDOMNode root, top;
+        ASSERT_EQ(doc.GetRootNode(root), S_OK);
+        top = root;
+        ASSERT_EQ(top.MoveToFirstChild(), S_OK);
+        std::string all;
+        ASSERT_EQ(root.GetText(all), S_OK);
+        EXPECT_EQ(all, "bottom");
+
+        // A copy of the whole document, and one of its element put into
+        // another document.
+        EV_XMLDOMNode documentCopy, copy;
+        ASSERT_EQ(root.Clone(documentCopy), S_OK);
+        documentCopy.GetText(all);
+        EXPECT_EQ(all, "bottom");
+        ASSERT_EQ(top.Clone(copy), S_OK);
+        EV_XMLDOMDocument other;
+        ASSERT_EQ(other.New(), S_OK);
+        ASSERT_EQ(other.AppendChild(copy), S_OK);
+        EXPECT_TRUE(SerialOf(other) == text);
+
+        // A text gives way to the whole chain below; a removed chain goes.
+        ASSERT_EQ(copy.SetText("flat"), S_OK);
+        EXPECT_EQ(SerialOf(other), "<e>flat</e>");
+        EV_XMLDOMNode second = top;
+        ASSERT_EQ(second.MoveToFirstChild(), S_OK);
+        ASSERT_EQ(second.Remove(), S_OK);
+        EXPECT_EQ(SerialOf(doc), "<e/>");
+        // The documents, with the chains they still hold, go here too.
+    });
+}

@@ -39,11 +39,30 @@ bool IsTextNode(pugi::xml_node node) {
     return node.type() == pugi::node_pcdata || node.type() == pugi::node_cdata;
 }
 
-void AppendText(const TNXmlParserDocument* owner, pugi::xml_node node, std::string& out) {
-    for (pugi::xml_node child = node.first_child(); child; child = child.next_sibling()) {
-        if (IsDetached(owner, child)) continue;
-        if (IsTextNode(child)) out += child.value();
-        else if (child.type() == pugi::node_element) AppendText(owner, child, out);
+// The node after `node` in document order that is not below it, staying
+// below `top`; none past the last.
+pugi::xml_node NextNotBelow(pugi::xml_node top, pugi::xml_node node) {
+    for (; node != top; node = node.parent()) {
+        if (pugi::xml_node sibling = node.next_sibling()) return sibling;
+    }
+    return pugi::xml_node();
+}
+
+// The texts below `top` in document order, through elements only. The walk
+// follows the tree's own links instead of calling itself per level, so a
+// deep document doesn't run it off the stack.
+void AppendText(const TNXmlParserDocument* owner, pugi::xml_node top, std::string& out) {
+    pugi::xml_node node = top.first_child();
+    while (node) {
+        if (!IsDetached(owner, node)) {
+            if (IsTextNode(node)) {
+                out += node.value();
+            } else if (node.type() == pugi::node_element && node.first_child()) {
+                node = node.first_child();
+                continue;
+            }
+        }
+        node = NextNotBelow(top, node);
     }
 }
 
