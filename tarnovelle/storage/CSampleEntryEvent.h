@@ -13,7 +13,8 @@ public:
 
     void Write(CTarnovelleFile& file) const override;
     void GetTimes(CTNUTCTimeStamp& start, CTNUTCTimeStamp& end) const override;
-    // Outside only when `from` is after the end: an event on the end time is inside.
+    // Outside when `to` is before the start or `from` after the end: an event
+    // on the end time is inside.
     ETarnovelleErrors IsOutside(const CTNUTCTimeStamp& from, const CTNUTCTimeStamp& to,
                                 int32_t& result) const override;
     uint32_t GetSizeOnDisk() const override;

@@ -203,9 +203,18 @@ ETarnovelleErrors CTarnovelleChannel::WriteBeginSampleBinary(EFormatId format, c
     return m_SamplesFile.SelectLastOrCreateNewEventBinarySample(format, from, to);
 }
 
+bool CTarnovelleChannel::SelectedBlockHolds(EFormatId format) const {
+    const CSampleEntry* selected = m_SamplesFile.GetSelected();
+    return selected && selected->m_Header.GetFormatId() == format;
+}
+
 // The values are counted into the block only once they are in the data file.
+// Values of another type than the selected block's, or with no block to
+// count them, would shift every later block's values: they are refused
+// before anything is written.
 #define TNVL_WRITE_SAMPLE_DATA(Type, Format)                                                    \
     ETarnovelleErrors CTarnovelleChannel::WriteSampleData(const Type* values, uint32_t count) { \
+        if (!SelectedBlockHolds(Format)) return TNE_FAILED;                                     \
         const ETarnovelleErrors result = m_DataFile.WriteSampleData(Format, values, count);     \
         if (result != TNE_OK) return result;                                                    \
         return m_SamplesFile.IncreaseSampleDataCount(count);                                    \

@@ -11,9 +11,12 @@
 // 0x7ff00000).
 //
 // Life cycle. After Init or Refresh the block list is a snapshot of the
-// samples file. Between Create or Open and Close the object is a writer: both
-// files are held exclusively and the list in memory runs ahead of the disk;
-// Close writes the headers. Outside a write cycle no file handle is held.
+// samples file (an Init that finds no samples file keeps a list read before).
+// Between Create or Open and Close the object is a writer: both files are held
+// exclusively and the list in memory runs ahead of the disk; Close writes the
+// headers. Outside a write cycle no file handle is held, with one exception:
+// an Open or Create whose samples file reads with a result other than TNE_OK
+// lets the data file go but keeps the samples file held until Close.
 // Writing goes in pairs: one WriteBeginSample... then one or more
 // WriteSampleData; a value count is added to the block only after its values
 // were written.
@@ -21,23 +24,38 @@
 // Reading. Block questions are answered from memory. GetArray and UpdateArray
 // open and close "<base>.Dat" within the call (read: shared; update:
 // exclusive), so a reader waits in the open retry loop of CTarnovelleFile
-// while another object holds a write cycle, and fails with the file
-// service's exception (CFileException) after its time-out. Arrays returned
-// by GetArray are allocated with new[] and belong to the caller (delete[]).
-// A whole block is read in one read.
+// while any write cycle holds the file, this object's own included, and fails
+// with the file service's exception (CFileException) after its time-out.
+// Arrays returned by GetArray are allocated with new[] and belong to the
+// caller (delete[]). A whole block is read in one read.
 //
-// Results are ETarnovelleErrors: TNE_FAILED for a block index not below the
-// count or a format that doesn't fit the form, and for a WriteBeginSample...
-// whose format doesn't fit the channel's value type (digits and floats belong
-// to mean, minimum, maximum and interval channels, the record formats to event
-// and binary channels; refused before anything changes, since one such block
-// would make the whole samples file unreadable); TNE_FILE_TRUNCATED for a
-// block that claims values beyond the end of the data file (GetArray and
-// UpdateArray; nothing is allocated or written for it); TNE_FILE_GONE for a missing
-// samples file (Init(path), Refresh(root, ...)) or root (Create),
-// TNE_NO_OBJECT for GetTimeRange of a channel without blocks. Failing file
-// operations throw CTarnovelleException. A negative block index must not be
-// passed. The class holds no lock.
+// Results are ETarnovelleErrors:
+//   - TNE_FAILED for a block index not below the count or a format that
+//     doesn't fit the form; for Open while open and Close outside a cycle; for
+//     a channel of undefined characteristic type; for null values where
+//     UpdateArray needs some; for a WriteBeginSample... whose format doesn't
+//     fit the channel's value type (digits and floats belong to mean, minimum,
+//     maximum and interval channels, the record formats to event and binary
+//     channels; refused before anything changes, since one such block would
+//     make the whole samples file unreadable); and for a WriteSampleData
+//     whose type is not the selected block's format or that finds no block
+//     selected (nothing is written: uncounted values would shift every later
+//     block);
+//   - TNE_FILE_TRUNCATED for a block that claims values beyond the end of the
+//     data file (GetArray and UpdateArray; nothing is allocated or written for
+//     it), and from Init, Refresh, Open and Create for a samples file that
+//     ends inside a block header's form;
+//   - TNE_FILE_NOT_PARSED from the same four for a samples file of a version
+//     above 1; TNE_OUT_OF_MEMORY from them and from GetArray;
+//   - TNE_FILE_GONE for a missing samples file (Init(path), Refresh(root, ...))
+//     or root (Create);
+//   - TNE_NO_OBJECT for an empty samples file that Init(path) knows nothing
+//     of, for a samples file of another GUID or channel (Init, Refresh), for
+//     Create of a channel of undefined value type, and for GetTimeRange of a
+//     channel without blocks.
+// Failing operations of an open file throw CTarnovelleException; opens that
+// give up, and the removal of files Create replaces, throw CFileException.
+// A negative block index must not be passed. The class holds no lock.
 #pragma once
 
 #include <cstdint>
@@ -124,7 +142,9 @@ public:
 
     // ---- Arrays of a block: the caller owns what GetArray returns (delete[]).
     // The float and digit forms convert between the two formats; the record
-    // forms accept only their own format.
+    // forms accept only their own format. A float block has factor and offset
+    // 0.0, so reading it as digits gives 0 for every value and updating it
+    // with digits writes 0.0 for every valid one.
 
     ETarnovelleErrors GetArray(int32_t index, float*& values, uint32_t& count);
     ETarnovelleErrors GetArray(int32_t index, unsigned short*& values, uint32_t& count);
@@ -150,6 +170,8 @@ public:
     // order); invalid stamps are always replaced. TNE_NO_OBJECT without blocks.
     ETarnovelleErrors GetTimeRange(CTNUTCTimeStamp& from, CTNUTCTimeStamp& to);
     // result 1 when no block overlaps from..to (also without blocks), else 0.
+    // TNE_FAILED from a block with an invalid time; `result` is then what the
+    // blocks before it left.
     ETarnovelleErrors IsEmpty(const CTNUTCTimeStamp& from, const CTNUTCTimeStamp& to, int32_t& result);
 
 protected:
@@ -175,6 +197,8 @@ private:
     // Whether blocks of `format` may go into this channel: digits and floats
     // into mean-type channels, the record formats into event-type ones.
     bool FitsValueType(EFormatId format) const;
+    // Whether a block is selected for values and its format is `format`.
+    bool SelectedBlockHolds(EFormatId format) const;
     // Reads or rewrites a block of `format` whole, opening the data file for the call.
     template <typename T>
     ETarnovelleErrors ReadArray(int32_t index, EFormatId format, T*& values, uint32_t& count);

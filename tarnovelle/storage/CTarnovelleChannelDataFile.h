@@ -13,8 +13,9 @@
 // word 8, binary double word 10, message 256.
 //
 // Open and Close report misuse by TNE_FAILED; a file that can't be opened
-// throws the file service's exception (CFileException), any other failing
-// file operation a CTarnovelleException.
+// throws the file service's exception (CFileException), and so does Create
+// when it can't remove an existing file (someone holds it open, or it is
+// read-only); any other failing file operation throws a CTarnovelleException.
 #pragma once
 
 #include <cstdint>

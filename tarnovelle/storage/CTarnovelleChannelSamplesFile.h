@@ -25,8 +25,19 @@
 // behind a 9-byte header), TNE_FILE_NOT_PARSED (FormatVersion above 1),
 // TNE_NO_OBJECT (empty file and nothing known of the channel; GUID or channel
 // differ). File failures throw CTarnovelleException; Init(path) throws a
-// CFileException for the last-error value when the file can't be opened.
-// The destructor does not close a held file: the owner must call Close.
+// CFileException for the last-error value when the file can't be opened;
+// Create throws a CFileException when an existing file can't be removed
+// (someone holds it open, or it is read-only).
+//
+// What is read is taken as it stands. A file of 1 to 79 bytes gives TNE_OK
+// and no blocks: its bytes land at the start of the header in memory, and the
+// end of the list is recorded at its length, so a Close after it writes the
+// block headers into the header's last bytes. A read that fails (a version
+// above 1, a truncated form) in Open keeps the file held, and the Close that
+// lets it go writes the header back with version 1.
+// The destructor lets a held file go (closed, its lock released) without
+// writing anything: the block headers added since Open are lost unless the
+// owner calls Close.
 #pragma once
 
 #include <cstdint>
@@ -55,7 +66,8 @@ public:
     // Reads "<base>.Sam". The file is not kept open.
     ETarnovelleErrors Init(const char* path);
     // Reads and compares the file if it exists (TNE_NO_OBJECT when GUID or
-    // channel differ); otherwise only prepares the header in memory.
+    // channel differ); otherwise only sets the header in memory, and a block
+    // list read earlier stays until the next read.
     ETarnovelleErrors Init(const char* path, const GUID& guid, const SChannelID& channelId, const char* name,
                            uint32_t major, uint32_t minor, uint32_t build, uint32_t revision);
     // Removes an existing file and starts a write cycle on a new, empty one.
@@ -65,7 +77,11 @@ public:
     ETarnovelleErrors Open();
     // Writes what changed and lets the file go.
     ETarnovelleErrors Close();
-    // Reads the file again if it can be opened; a failed open changes nothing.
+    // Reads the file again if it can be opened; a failed open changes nothing,
+    // but is given up only after the open's retries (a missing file, or one
+    // this very object holds, costs about two and a half minutes). The read's
+    // result is not passed on: a file that can't be parsed leaves the list
+    // empty or partial.
     void Refresh();
 
     ETarnovelleErrors SelectLastOrCreateNewFloatDigitSample(EFormatId format, const CTNUTCTimeStamp& from,

@@ -1115,3 +1115,20 @@ TEST(CTarnovelleChannel, ACreateWhoseSamplesFileRefusesTheChannelLetsTheDataFile
     ASSERT_TRUE(TNTestDir::Exists(base + ".Dat"));
     EXPECT_TRUE(FreeToWrite(base + ".Dat"));
 }
+
+TEST(CTarnovelleChannel, ValuesWithoutASelectedBlockOrOfAnotherTypeAreRefusedUnwritten) {
+    TNTestDir dir;
+    CTarnovelleChannel channel;
+    ASSERT_EQ(CreateChannel(channel, dir.Path(), kMean), TNE_OK);
+    const std::string dat = BasePath(dir.Path(), kMean) + ".Dat";
+    const float floats[2] = {1.0f, 2.0f};
+    const unsigned short digits[2] = {1, 2};
+    EXPECT_EQ(channel.WriteSampleData(floats, 2), TNE_FAILED);
+    ASSERT_EQ(channel.WriteBeginSampleFloat(TS(10), TS(12), 2), TNE_OK);
+    EXPECT_EQ(channel.WriteSampleData(digits, 2), TNE_FAILED);
+    EXPECT_EQ(TNTestDir::ReadFile(dat).size(), 20u);
+    ASSERT_EQ(channel.WriteSampleData(floats, 2), TNE_OK);
+    ASSERT_EQ(channel.Close(), TNE_OK);
+    EXPECT_EQ(TNTestDir::ReadFile(dat).size(), 28u);
+    EXPECT_EQ(channel.GetNrOfValues(0), 2u);
+}

@@ -1,12 +1,17 @@
 // Checked file access: every file of a channel, a measuring point and the
 // project goes through this class. It adds three things to the file service:
-//   - Open waits and retries for about two and a half minutes while another
-//     process holds the file (240 tries, sleeping 500, 501, ... 739 ms through
-//     the clock service), and then gives up with a zero result, never throwing;
+//   - Open tries 240 times, whatever made it fail: a lock held by another
+//     process or by another object of this one, but just as well a missing
+//     file or folder or denied access. It sleeps 500, 501, ... 739 ms through
+//     the clock service after each failure, logs an "Open failed" entry for
+//     each, and after about two and a half minutes gives up with a zero
+//     result, never throwing;
 //   - every other operation checks the handle first;
-//   - every failure comes out as one exception type, CTarnovelleException,
-//     whose text names the file and the failing action, and which is logged
-//     under "CTarnovelleException" when it is raised.
+//   - every failure of an open file, and of the static GetStatus, comes out
+//     as one exception type, CTarnovelleException, whose text names the file
+//     and the failing action, and which is logged under "CTarnovelleException"
+//     when it is raised. Remove and ThrowOpenFailure throw the file service's
+//     CFileException instead.
 // Positions, lengths and counts are 32 bits wide.
 #pragma once
 

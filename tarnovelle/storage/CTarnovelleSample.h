@@ -27,7 +27,9 @@
 //     (Init(channel, 0, 2, 2) on a sample of 7 floats keeps the 7). The float
 //     times are computed from the block's interval and `first`/`last` as
 //     given, even where fewer values were there; `first + count` must not
-//     pass the block's count (it is clamped here rather than read past).
+//     pass the block's count (it is clamped here rather than read past). A
+//     `first` at or beyond the block's count gives TNE_FAILED, and the
+//     earlier values are gone.
 //   - Init(channel, index, from, to, includePrevious): the values of a time
 //     range. A float value is within the range unless it starts before
 //     `from` (kept with includePrevious) or a whole interval lies behind `to`.
@@ -35,6 +37,13 @@
 //     it lies behind `to`, then every following record up to `to`; for events,
 //     includePrevious adds the event before the range as well. An empty
 //     block, or `from` not before `to` for a float block, reads nothing.
+//     For floats, includePrevious keeps only the one value whose interval
+//     holds `from`; a `to` more than an interval before the block's start
+//     makes the last index wrap round, so the whole block comes back with an
+//     end time computed from that wrapped index. Records that all lie before
+//     `from` give no values and both times the block's start.
+//   - An index not below the channel's block count is no failure: TNE_OK,
+//     format 7, nothing read.
 // Loads read the whole block from the channel; the time-range form of the
 // record formats reads it twice. File failures pass through as exceptions,
 // and the sample then holds no values. A block that claims values beyond the

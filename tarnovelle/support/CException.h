@@ -1,6 +1,8 @@
 // The base of every exception the library throws. Exceptions are thrown by
-// value and caught by reference; every boundary function catches them, so
-// none reaches a caller of the exported functions.
+// value and caught by reference. The boundary functions of the interface
+// layer catch them all, so none reaches a caller of the function families;
+// the exported classes of the layers below (the channel, the files, the file
+// service) throw them to their callers.
 #pragma once
 
 #include <exception>

@@ -1,6 +1,13 @@
 // A failure of the file service: the cause, the operating system's error
-// number and the file's name. Callers outside the platform layer only see it
-// inside CTarnovelleFile, which turns it into a CTarnovelleException.
+// number and the file's name. CTarnovelleFile turns the failures of an open
+// file into a CTarnovelleException; an open that gave up is different: its
+// callers (the channel's data and samples files, reads of a block) throw this
+// exception for the thread's last-error value through
+// CTarnovelleFile::ThrowOpenFailure: the data file's Open and Create, the
+// samples file's Init(path), and the reads and updates of a block. (The
+// samples file's Open and Create throw a CTarnovelleException; its Refresh
+// gives up silently.) The lock-aware Remove throws this type too. So callers
+// above the storage layer see both types.
 #pragma once
 
 #include <string>

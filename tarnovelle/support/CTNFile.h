@@ -3,8 +3,13 @@
 // locks (fcntl F_OFD_SETLK, whole file, never blocking). Such locks conflict
 // between two open files of one process exactly as between two processes:
 //   - share "deny write" takes a shared read lock,
-//   - share "exclusive" (and "deny read") takes an exclusive write lock,
+//   - share "exclusive", "deny read" and no share bits (the compatibility
+//     mode) take an exclusive write lock,
 //   - "deny none" takes no lock.
+// A lock needs a descriptor of the matching access, so read access with an
+// exclusive lock, or write access with a shared one, opens the file for
+// reading and writing and fails on a file without write permission. Open on
+// an object that holds a file closes that file first, without a word.
 // A lock conflict is a failed open (cause sharingViolation). After the lock is
 // held, the path must still name the same inode, otherwise the open fails too,
 // so that a lock file deleted and re-created in the meantime is not mistaken
@@ -14,7 +19,11 @@
 // Open reports failure by its result and the error record; every other
 // operation throws CFileException. Remove and Rename emulate the rule that a
 // file someone holds open cannot be deleted or renamed: they first take an
-// exclusive lock on the file and fail if they cannot.
+// exclusive lock on the file and fail if they cannot. Two exceptions: a file
+// this process may not write is renamed under a shared lock (so a file others
+// only read can still be moved), and a symbolic link is deleted without one.
+// Remove refuses directories and read-only files; Rename never replaces an
+// existing target.
 #pragma once
 
 #include <cstdint>

@@ -1,5 +1,7 @@
-// The seam through which tests make the file service fail on purpose: any
-// operation of CTNFile can be told to fail with a chosen errno value, and a
+// The seam through which tests make the file service fail on purpose: every
+// operation of CTNFile but GetPosition (a position is only ever asked of a
+// file that was just read or written) can be told to fail with a chosen
+// errno value, and a
 // test can act between the steps of an open (say, replace the file after it
 // was opened and before it is locked). Installed for the whole process and
 // not owned; with none installed (the default) each operation pays one atomic

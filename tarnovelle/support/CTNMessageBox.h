@@ -8,7 +8,8 @@
 // thread shows meanwhile lands in the pushed array too. The list and the
 // append into its top array are guarded by one lock, so a working thread may
 // show while the caller's thread pushes or pops; the array itself is the
-// pusher's to read once it has popped it.
+// pusher's to read once it has popped it. Pushes and pops must nest across
+// all threads: a pop removes the top, whoever pushed it.
 //
 // Without a reroute, Show hands the text to the presenter that a UI library
 // registers with SetPresenter (a real message box) and returns its answer.

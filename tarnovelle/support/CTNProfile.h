@@ -11,9 +11,11 @@
 //     every other line of the file is kept as it stands. The value is written
 //     as given, line breaks included, as the original call did.
 //   - An integer is read like the original: leading blanks, an optional sign
-//     and decimal digits; a value that does not begin with a number reads as 0.
-// Each call reads (and a write rewrites) the whole file under an exclusive
-// lock on it, so processes and threads sharing one file do not lose entries.
+//     and decimal digits; a value that does not begin with a number reads as
+//     0, an empty value as the default. Blanks inside quotes count.
+// Each call reads the whole file under a shared lock, and a write rewrites it
+// under an exclusive one, so processes and threads sharing one file do not
+// lose entries. A call waits for its lock as long as it takes.
 #pragma once
 
 #include <cstdint>
