@@ -6,7 +6,8 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 packages=(build-essential cmake pkg-config googletest libgtest-dev libgmock-dev
-          libbenchmark-dev libpugixml-dev libcctz-dev tzdata libcli11-dev)
+          libbenchmark-dev libpugixml-dev libcctz-dev tzdata libcli11-dev
+          clang libclang-rt-14-dev)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
@@ -25,7 +26,13 @@ jobs=$(nproc)
 echo "== normal build"
 cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
 cmake --build build -j"$jobs"
-(cd build && ctest --output-on-failure -j"$jobs")
+# The files the tests write become the fuzz targets' seeds.
+seeds="$PWD/build/fuzz-seeds"
+rm -rf "$seeds"
+(cd build && TNVL_FUZZ_SEEDS="$seeds" ctest --output-on-failure -j"$jobs")
+
+echo "== fuzz targets (clang, libFuzzer), a fixed number of inputs each"
+bash tests/run_fuzz.sh "$seeds" 10000
 
 echo "== sanitizer build (address, undefined)"
 cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=Debug -DTARNOVELLE_SANITIZE=ON \

@@ -1,5 +1,7 @@
 #include "tests/support/TNTestDir.h"
 
+#include "tests/support/TNFuzzSeeds.h"
+
 #include <sys/stat.h>
 
 #include <cstdlib>
@@ -16,6 +18,7 @@ TNTestDir::TNTestDir() {
 }
 
 TNTestDir::~TNTestDir() {
+    TNHarvestFuzzSeeds(m_path);
     std::error_code ec;
     // Tests make files read-only on purpose; give write permission back first.
     for (auto it = std::filesystem::recursive_directory_iterator(m_path, ec);
