@@ -98,6 +98,10 @@ public:
     static void Merge(CTarnovelleParameterSet& target, CTarnovelleParameterSet& source);
 
 protected:
+    // The history keeps the maps of the sets it enters and stores the values
+    // it reads from its file without the type forms.
+    friend class CTarnovelleMeasuringPoint;
+
     // An empty, valid, owning set.
     CTarnovelleParameterSet();
 
