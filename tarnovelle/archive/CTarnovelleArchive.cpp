@@ -1,5 +1,11 @@
 #include "tarnovelle/archive/CTarnovelleArchive.h"
 
+#include <algorithm>
+#include <memory>
+
+#include "tarnovelle/support/CTarnovelleException.h"
+#include "tarnovelle/support/TNPath.h"
+
 namespace {
 
 // Position where the extension of the last path component begins, or npos.
@@ -25,7 +31,9 @@ std::string Stem(const std::string& path) {
 
 CTarnovelleArchive::CTarnovelleArchive() = default;
 
-CTarnovelleArchive::~CTarnovelleArchive() = default;
+CTarnovelleArchive::~CTarnovelleArchive() {
+    for (CTarnovelleArchiveFolder* folder : m_arrArchiveFolders) delete folder;
+}
 
 ETarnovelleErrors CTarnovelleArchive::Init(const std::string& file) {
     if (!m_bRefreshing) {
@@ -50,3 +58,113 @@ void CTarnovelleArchive::SetArchiveFileName(const char* file) {
 ETarnovelleErrors CTarnovelleArchive::UpdateArchiveFolders() { return TNE_FILE_NOT_PARSED; }
 
 void CTarnovelleArchive::InsertAllMeasuringPoints() {}
+
+// ---------------------------------------------------------------- folders
+
+CTarnovelleArchiveFolder* CTarnovelleArchive::AddArchive(const std::string& path, TNARCHIVE_MODE mode, uint32_t size) {
+    CreatePathRecursive(path + "/");
+    if (!PathExists(path)) return nullptr;
+    const size_t number = m_arrArchiveFolders.empty() ? 1 : m_arrArchiveFolders.size();
+    for (CTarnovelleArchiveFolder* folder : m_arrArchiveFolders) {
+        if (folder && folder->GetPath() == path) return folder;
+    }
+    auto folder = std::make_unique<CTarnovelleArchiveFolder>(this, path, static_cast<int32_t>(number));
+    folder->SetMode(mode, size);
+    if (m_arrArchiveFolders.size() <= number) m_arrArchiveFolders.resize(number + 1, nullptr);
+    m_arrArchiveFolders[number] = folder.release();
+    // The status line of a new folder follows once the archive has its
+    // status channel, which comes with storing.
+    GetActiveArchiveFolder();
+    return m_arrArchiveFolders[number];
+}
+
+CTarnovelleArchiveFolder* CTarnovelleArchive::GetActiveArchiveFolder() {
+    CTarnovelleArchiveFolder* first = nullptr;
+    for (CTarnovelleArchiveFolder* folder : m_arrArchiveFolders) {
+        if (!folder) continue;
+        if (folder->IsActive()) return folder;
+        if (!first) first = folder;
+    }
+    if (first) first->SetActive(true);
+    return first;
+}
+
+uint32_t CTarnovelleArchive::GetNextArchiveFolderNumber() const {
+    return m_arrArchiveFolders.empty() ? 1 : static_cast<uint32_t>(m_arrArchiveFolders.size());
+}
+
+const std::vector<CTarnovelleArchiveFolder*>& CTarnovelleArchive::GetArrayOfArchiveFolders() {
+    m_arrOrderedFolders.clear();
+    if (!m_bRoundTripArchive) {
+        for (CTarnovelleArchiveFolder* folder : m_arrArchiveFolders) {
+            if (folder) m_arrOrderedFolders.push_back(folder);
+        }
+        return m_arrOrderedFolders;
+    }
+    const auto active = std::find_if(m_arrArchiveFolders.begin(), m_arrArchiveFolders.end(),
+                                      [](const CTarnovelleArchiveFolder* f) { return f && f->IsActive(); });
+    if (active == m_arrArchiveFolders.end()) return m_arrOrderedFolders;
+    // Oldest to newest as the ring runs: behind the active one, then round.
+    for (auto it = active + 1; it != m_arrArchiveFolders.end(); ++it) {
+        if (*it) m_arrOrderedFolders.push_back(*it);
+    }
+    for (auto it = m_arrArchiveFolders.begin(); it != active + 1; ++it) {
+        if (*it) m_arrOrderedFolders.push_back(*it);
+    }
+    return m_arrOrderedFolders;
+}
+
+int32_t CTarnovelleArchive::RemoveArchiveFolder(CTarnovelleArchiveFolder* folder) {
+    const auto slot = std::find(m_arrArchiveFolders.begin(), m_arrArchiveFolders.end(), folder);
+    if (!folder || slot == m_arrArchiveFolders.end()) return 0;
+    if (!folder->IsEmpty() || folder->IsActive()) return 0;
+    delete folder;
+    *slot = nullptr;
+    GetArrayOfArchiveFolders();
+    return 1;
+}
+
+// ---------------------------------------------------------------- read locks
+
+ETarnovelleErrors CTarnovelleArchive::CreateReadLock(std::vector<TNLockHandle>& handles) {
+    handles.assign(m_arrArchiveFolders.size(), nullptr);
+    for (size_t index = 0; index < m_arrArchiveFolders.size(); ++index) {
+        CTarnovelleArchiveFolder* folder = m_arrArchiveFolders[index];
+        if (!folder) continue;
+        TNLockHandle handle = nullptr;
+        bool locked = false;
+        try {
+            locked = folder->CreateReadLock(handle);
+        } catch (const CTarnovelleException&) {
+            RemoveReadLock(handles);
+            throw;
+        }
+        if (!locked) return TNE_ARCHIVE_LOCK_FAILED;
+        handles[index] = handle;
+    }
+    return TNE_OK;
+}
+
+void CTarnovelleArchive::RemoveReadLock(std::vector<TNLockHandle>& handles) {
+    bool failed = false;
+    for (size_t index = 0; index < m_arrArchiveFolders.size(); ++index) {
+        CTarnovelleArchiveFolder* folder = m_arrArchiveFolders[index];
+        if (!folder) continue;
+        TNLockHandle empty = nullptr;
+        TNLockHandle& handle = index < handles.size() ? handles[index] : empty;
+        try {
+            folder->RemoveReadLock(handle);
+        } catch (...) {
+            // As many locks as possible are given back.
+            failed = true;
+        }
+    }
+    if (failed) TarnovelleThrowException("*.Read", "CTarnovelleArchive::RemoveReadLock minimum one remove failed.");
+    handles.clear();
+}
+
+void CTarnovelleArchive::RemoveArchiveFolderObjects(const std::string& /*path*/) {
+    // Every connector drops its objects of the folder; the archive holds
+    // none of its own.
+    for (CTarnovelleMeasuringPointConnector* connector : m_arrConnectors) (void)connector;
+}

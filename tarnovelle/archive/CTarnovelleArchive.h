@@ -8,12 +8,17 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
+#include "tarnovelle/archive/CTarnovelleArchiveFolder.h"
 #include "tarnovelle/storage/CTarnovelleFile.h"
 #include "tarnovelle/support/CTNNotifySink.h"
 #include "tarnovelle/support/STNFileStatus.h"
 #include "tarnovelle/support/TNExport.h"
 #include "tarnovelle/values/ETarnovelleErrors.h"
+#include "tarnovelle/values/TNARCHIVE_MODE.h"
+
+class CTarnovelleMeasuringPointConnector;
 
 class TNVL_EXPORT CTarnovelleArchive {
 public:
@@ -45,6 +50,45 @@ public:
 
     bool WasStopArchivingCalled() const { return m_bStopArchiving; }
 
+    // ---- the folder list: indexed by folder number from 1, holes null
+
+    // Makes the directory `path` and its parents and adds a folder for it
+    // under the next number, with `mode` and `size`; a folder whose path is
+    // `path` already is returned as it is. Null when the directory can't be
+    // made. Makes sure a folder is active; saves nothing.
+    CTarnovelleArchiveFolder* AddArchive(const std::string& path, TNARCHIVE_MODE mode, uint32_t size);
+    // The first active folder; without one, the first folder is made active.
+    // Null without folders.
+    CTarnovelleArchiveFolder* GetActiveArchiveFolder();
+    // The array's size, at least 1.
+    uint32_t GetNextArchiveFolderNumber() const;
+    // The folders oldest first: in number order, or in ring mode from the
+    // one after the active folder round to the active one (empty without an
+    // active folder). Rebuilt at every call.
+    const std::vector<CTarnovelleArchiveFolder*>& GetArrayOfArchiveFolders();
+    // Deletes an empty, inactive folder object and leaves its slot null; its
+    // directory stays. False for any other folder or one not in the list.
+    int32_t RemoveArchiveFolder(CTarnovelleArchiveFolder* folder);
+    // The folder array itself, holes included.
+    const std::vector<CTarnovelleArchiveFolder*>& GetArchiveFolders() const { return m_arrArchiveFolders; }
+
+    // ---- read locks over all folders, in array order
+
+    // One read lock per folder, its handle at the folder's index (null for a
+    // hole). TNE_ARCHIVE_LOCK_FAILED when a lock file can't be opened: the
+    // locks taken before stay held and are the caller's to give back. A
+    // time-out releases them all and passes the exception on.
+    ETarnovelleErrors CreateReadLock(std::vector<TNLockHandle>& handles);
+    // Releases every handle; failures are collected and raised at the end.
+    void RemoveReadLock(std::vector<TNLockHandle>& handles);
+
+    // ---- measuring-point connectors
+
+    uint32_t GetMeasuringPointConnectorCount() const { return static_cast<uint32_t>(m_arrConnectors.size()); }
+    // Lets every connector drop what it holds of the folder at `path`, which
+    // is about to be wiped.
+    void RemoveArchiveFolderObjects(const std::string& path);
+
 private:
     // Reads the folder list of the project file. Reading existing project
     // files arrives with the project-file support; until then an existing
@@ -65,7 +109,10 @@ private:
     int32_t m_bModified = 0;
     CTNNotifySink* m_hNotifyWnd = nullptr;
     uint32_t m_nNotifyMessage = 0;
-    // The measuring points, the folder array (indexed by folder number from 1,
-    // holes null), the ordered folder view and the measuring-point connectors
-    // join here with the folder and measuring-point classes.
+    // Owned; slot 0 stays null, numbers begin at 1.
+    std::vector<CTarnovelleArchiveFolder*> m_arrArchiveFolders;
+    std::vector<CTarnovelleArchiveFolder*> m_arrOrderedFolders;
+    // One per measuring-point GUID across all folders; they arrive with the
+    // connector class, until then the archive has none.
+    std::vector<CTarnovelleMeasuringPointConnector*> m_arrConnectors;
 };

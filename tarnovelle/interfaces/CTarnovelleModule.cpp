@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "tarnovelle/support/TNApplicationLog.h"
+#include "tarnovelle/support/TNModuleSettings.h"
 #include "tarnovelle/support/CTNProfile.h"
 #include "tarnovelle/support/TNProcess.h"
 #include "tarnovelle/values/CTNLocalTimeStamp.h"
@@ -37,6 +38,15 @@ int32_t ReadSizeSetting(const CTarnovelleModule& module, const char* key, int32_
 
 // Builds the module object when the library is loaded, so it exists before
 // any caller can reach the library.
+// The lower layers' view of the module's size settings.
+bool ReadModuleSetting(const std::string& key, int32_t& value) {
+    const CTarnovelleModule& module = CTarnovelleModule::GetModule();
+    if (key == "MininumArchiveSize") value = module.m_nMininumArchiveSize;
+    else if (key == "MininumArchiveSizePerDevice") value = module.m_nMininumArchiveSizePerDevice;
+    else return false;
+    return true;
+}
+
 struct SLoadTimeStart {
     SLoadTimeStart() { CTarnovelleModule::GetModule(); }
 } g_loadTimeStart;
@@ -51,12 +61,14 @@ CTarnovelleModule& CTarnovelleModule::GetModule() {
 CTarnovelleModule::CTarnovelleModule() : m_profilePath(CTNProfile::GetDefaultPath()) {
     InitInstance();
     TNSetApplicationLog(&LogThroughModule);
+    TNSetModuleSettings(&ReadModuleSetting);
 }
 
 CTarnovelleModule::~CTarnovelleModule() {
     // Whatever is torn down after the module logs nothing rather than
     // reaching a dead object.
     TNSetApplicationLog(nullptr);
+    TNSetModuleSettings(nullptr);
 }
 
 bool CTarnovelleModule::InitInstance() {

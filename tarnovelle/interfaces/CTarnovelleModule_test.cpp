@@ -1,4 +1,5 @@
 #include "tarnovelle/interfaces/CTarnovelleModule.h"
+#include "tarnovelle/support/TNModuleSettings.h"
 
 #include <gtest/gtest.h>
 #include <time.h>
@@ -212,4 +213,20 @@ TEST(CTNMessageBoxReroute, WithoutRerouteOrPresenterTheAnswerIsOk) {
     const CTNMessageBox::Presenter previous = CTNMessageBox::SetPresenter(nullptr);
     EXPECT_EQ(CTNMessageBox::Show(std::string("to standard error")), 1);
     CTNMessageBox::SetPresenter(previous);
+}
+
+TEST(CTarnovelleModuleSettings, TheSizeSettingsReachTheLowerLayersThroughTheirDoor) {
+    CTarnovelleModule& module = CTarnovelleModule::GetModule();
+    int32_t value = -1;
+    ASSERT_TRUE(TNGetModuleSetting("MininumArchiveSizePerDevice", value));
+    EXPECT_EQ(value, module.m_nMininumArchiveSizePerDevice.load());
+    ASSERT_TRUE(TNGetModuleSetting("MininumArchiveSize", value));
+    EXPECT_EQ(value, module.m_nMininumArchiveSize.load());
+    value = 12345;
+    EXPECT_FALSE(TNGetModuleSetting("NoSuchKey", value));
+    EXPECT_EQ(value, 12345);
+    // Without the module's reader the settings are absent.
+    const TNModuleSettingFunction reader = TNSetModuleSettings(nullptr);
+    EXPECT_FALSE(TNGetModuleSetting("MininumArchiveSize", value));
+    TNSetModuleSettings(reader);
 }

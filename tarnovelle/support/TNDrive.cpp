@@ -257,3 +257,9 @@ uint32_t GetVolumeSerialNumber(const std::string& path) try {
 } catch (...) {
     return 0;
 }
+
+uint64_t GetDiskFreeSpace(const std::string& path) {
+    struct statvfs vfs {};
+    if (::statvfs(path.c_str(), &vfs) != 0) return 0;
+    return static_cast<uint64_t>(vfs.f_bavail) * static_cast<uint64_t>(vfs.f_frsize);
+}

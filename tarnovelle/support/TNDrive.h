@@ -68,3 +68,7 @@ TNVL_EXPORT std::string ConvertToNetworkPath(const std::string& path);
 // path that doesn't exist yet, that of its nearest existing parent. 0 for a
 // path that isn't absolute or on failure.
 TNVL_EXPORT uint32_t GetVolumeSerialNumber(const std::string& path);
+
+// The bytes of the volume of `path` that this process may still use (the
+// space free to unprivileged users); 0 when it can't be asked.
+TNVL_EXPORT uint64_t GetDiskFreeSpace(const std::string& path);

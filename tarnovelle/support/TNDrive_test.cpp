@@ -213,3 +213,14 @@ TEST(GetVolumeSerialNumber, PathWithoutRootGivesZero) {
     EXPECT_EQ(GetVolumeSerialNumber("//server/share/x"), 0u);
     EXPECT_EQ(GetVolumeSerialNumber(""), 0u);
 }
+
+TEST(TNDrive, FreeDiskSpaceIsWhatThisProcessMayStillUse) {
+    TNTestDir dir;
+    struct statvfs vfs {};
+    ASSERT_EQ(::statvfs(dir.Path().c_str(), &vfs), 0);
+    const uint64_t expected = static_cast<uint64_t>(vfs.f_bavail) * vfs.f_frsize;
+    const uint64_t measured = GetDiskFreeSpace(dir.Path());
+    // Other programs write meanwhile: a few megabytes of drift are allowed.
+    EXPECT_LT(measured > expected ? measured - expected : expected - measured, 64ull << 20);
+    EXPECT_EQ(GetDiskFreeSpace(dir / "missing/below"), 0u);
+}

@@ -23,3 +23,9 @@ TNVL_EXPORT std::string GuidToString(const GUID& guid);
 // Texts of another length are not refused: positions beyond the end read as
 // empty.
 TNVL_EXPORT GUID StringToGuid(const std::string& text);
+
+// The mask of a name in the shape of a GUID text, as measuring-point
+// directories are named: each "?" one character. (Written with "\?" so that
+// no two question marks form a trigraph.)
+inline constexpr char kGuidNameMask[] = "?\?\?\?\?\?\?\?-?\?\?\?-?\?\?\?-?\?\?\?-?\?\?\?\?\?\?\?\?\?\?\?";
+static_assert(sizeof(kGuidNameMask) == 37, "a GUID text has 36 characters");
