@@ -32,6 +32,7 @@ std::string Stem(const std::string& path) {
 CTarnovelleArchive::CTarnovelleArchive() = default;
 
 CTarnovelleArchive::~CTarnovelleArchive() {
+    ClearMeasuringPointArray();
     for (CTarnovelleArchiveFolder* folder : m_arrArchiveFolders) delete folder;
 }
 
@@ -163,8 +164,78 @@ void CTarnovelleArchive::RemoveReadLock(std::vector<TNLockHandle>& handles) {
     handles.clear();
 }
 
-void CTarnovelleArchive::RemoveArchiveFolderObjects(const std::string& /*path*/) {
-    // Every connector drops its objects of the folder; the archive holds
-    // none of its own.
-    for (CTarnovelleMeasuringPointConnector* connector : m_arrConnectors) (void)connector;
+void CTarnovelleArchive::RemoveArchiveFolderObjects(const std::string& path) {
+    for (CTarnovelleMeasuringPointConnector* connector : m_arrConnectors) {
+        if (connector) connector->RemoveArchiveFolderObjects(path);
+    }
+}
+
+// ---------------------------------------------------------------- measuring points
+
+void CTarnovelleArchive::InsertMeasuringPoints(const GUID& guid) {
+    if (GetMeasuringPointConnector(guid)) return;
+    AddMeasuringPoints(guid);
+}
+
+void CTarnovelleArchive::AddMeasuringPoints(const GUID& guid) {
+    auto connector = std::make_unique<CTarnovelleMeasuringPointConnector>();
+    connector->Init(guid, *this);
+    m_arrConnectors.push_back(connector.release());
+}
+
+CTarnovelleMeasuringPointConnector* CTarnovelleArchive::GetMeasuringPointConnector(const GUID& guid) {
+    for (CTarnovelleMeasuringPointConnector* connector : m_arrConnectors) {
+        if (connector && connector->GetGUID() == guid) return connector;
+    }
+    return nullptr;
+}
+
+CTarnovelleMeasuringPoint* CTarnovelleArchive::GetMeasuringPoint(const GUID& guid, const std::string& path) {
+    CTarnovelleMeasuringPointConnector* connector = GetMeasuringPointConnector(guid);
+    if (!connector) {
+        InsertMeasuringPoints(guid);
+        connector = GetMeasuringPointConnector(guid);
+    }
+    return connector ? connector->GetMeasuringPoint(path) : nullptr;
+}
+
+CTarnovelleMeasuringPoint* CTarnovelleArchive::CreateMeasuringPoint(const GUID& guid, const std::string& path) {
+    for (CTarnovelleMeasuringPoint* point : m_arrMeasuringPoints) {
+        if (point->GetGUID() == guid && point->GetRootPath() == path) return point;
+    }
+    auto point = std::make_unique<CTarnovelleMeasuringPoint>();
+    point->Init(guid, path);
+    m_arrMeasuringPoints.push_back(point.get());
+    return point.release();
+}
+
+void CTarnovelleArchive::DeleteMeasuringPoint(CTarnovelleMeasuringPoint* point) {
+    const auto found = std::find(m_arrMeasuringPoints.begin(), m_arrMeasuringPoints.end(), point);
+    if (found == m_arrMeasuringPoints.end()) return;
+    m_arrMeasuringPoints.erase(found);
+    delete point;
+}
+
+void CTarnovelleArchive::ClearMeasuringPointArray() {
+    for (CTarnovelleMeasuringPointConnector* connector : m_arrConnectors) delete connector;
+    m_arrConnectors.clear();
+    for (CTarnovelleMeasuringPoint* point : m_arrMeasuringPoints) delete point;
+    m_arrMeasuringPoints.clear();
+}
+
+TNFolderPaths CTarnovelleArchive::GetFolderPaths() {
+    TNFolderPaths paths;
+    paths.reserve(m_arrArchiveFolders.size());
+    for (CTarnovelleArchiveFolder* folder : m_arrArchiveFolders) {
+        if (folder) paths.emplace_back(folder->GetPath());
+        else paths.emplace_back(std::nullopt);
+    }
+    return paths;
+}
+
+bool CTarnovelleArchive::GetActiveFolderPath(std::string& path) {
+    CTarnovelleArchiveFolder* folder = GetActiveArchiveFolder();
+    if (!folder) return false;
+    path = folder->GetPath();
+    return true;
 }

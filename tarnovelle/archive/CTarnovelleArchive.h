@@ -11,6 +11,9 @@
 #include <vector>
 
 #include "tarnovelle/archive/CTarnovelleArchiveFolder.h"
+#include "tarnovelle/measuring/CTNConnectorOwner.h"
+#include "tarnovelle/measuring/CTarnovelleMeasuringPoint.h"
+#include "tarnovelle/measuring/CTarnovelleMeasuringPointConnector.h"
 #include "tarnovelle/storage/CTarnovelleFile.h"
 #include "tarnovelle/support/CTNNotifySink.h"
 #include "tarnovelle/support/STNFileStatus.h"
@@ -18,12 +21,10 @@
 #include "tarnovelle/values/ETarnovelleErrors.h"
 #include "tarnovelle/values/TNARCHIVE_MODE.h"
 
-class CTarnovelleMeasuringPointConnector;
-
-class TNVL_EXPORT CTarnovelleArchive {
+class TNVL_EXPORT CTarnovelleArchive : public CTNConnectorOwner {
 public:
     CTarnovelleArchive();
-    virtual ~CTarnovelleArchive();
+    ~CTarnovelleArchive() override;
     CTarnovelleArchive(const CTarnovelleArchive&) = delete;
     CTarnovelleArchive& operator=(const CTarnovelleArchive&) = delete;
 
@@ -78,16 +79,38 @@ public:
     // hole). TNE_ARCHIVE_LOCK_FAILED when a lock file can't be opened: the
     // locks taken before stay held and are the caller's to give back. A
     // time-out releases them all and passes the exception on.
-    ETarnovelleErrors CreateReadLock(std::vector<TNLockHandle>& handles);
+    ETarnovelleErrors CreateReadLock(std::vector<TNLockHandle>& handles) override;
     // Releases every handle; failures are collected and raised at the end.
-    void RemoveReadLock(std::vector<TNLockHandle>& handles);
+    void RemoveReadLock(std::vector<TNLockHandle>& handles) override;
 
-    // ---- measuring-point connectors
+    // ---- measuring points and their connectors: one connector per GUID
+    // across all folders, one measuring point per GUID and folder, both owned
 
+    // Adds a connector for `guid` unless one exists.
+    void InsertMeasuringPoints(const GUID& guid);
+    // Adds a connector for `guid` without looking.
+    void AddMeasuringPoints(const GUID& guid);
+    // The point of `guid` in the folder `path`, through its connector (made if missing).
+    CTarnovelleMeasuringPoint* GetMeasuringPoint(const GUID& guid, const std::string& path) override;
+    CTarnovelleMeasuringPointConnector* GetMeasuringPointConnector(const GUID& guid);
+    const std::vector<CTarnovelleMeasuringPointConnector*>& GetArrayOfMeasuringPointConnectors() const {
+        return m_arrConnectors;
+    }
+    // Deletes one owned point; a point not owned here is left alone.
+    void DeleteMeasuringPoint(CTarnovelleMeasuringPoint* point) override;
+    // Deletes every connector, then every point.
+    void ClearMeasuringPointArray();
+    // The point of `guid` in `path` (both compared exactly), made and
+    // initialised (which loads its file) if missing.
+    CTarnovelleMeasuringPoint* CreateMeasuringPoint(const GUID& guid, const std::string& path) override;
     uint32_t GetMeasuringPointConnectorCount() const { return static_cast<uint32_t>(m_arrConnectors.size()); }
     // Lets every connector drop what it holds of the folder at `path`, which
     // is about to be wiped.
     void RemoveArchiveFolderObjects(const std::string& path);
+
+    // The connectors' view of the folders.
+    TNFolderPaths GetFolderPaths() override;
+    bool GetActiveFolderPath(std::string& path) override;
 
 private:
     // Reads the folder list of the project file. Reading existing project
@@ -109,10 +132,9 @@ private:
     int32_t m_bModified = 0;
     CTNNotifySink* m_hNotifyWnd = nullptr;
     uint32_t m_nNotifyMessage = 0;
+    std::vector<CTarnovelleMeasuringPoint*> m_arrMeasuringPoints;
     // Owned; slot 0 stays null, numbers begin at 1.
     std::vector<CTarnovelleArchiveFolder*> m_arrArchiveFolders;
     std::vector<CTarnovelleArchiveFolder*> m_arrOrderedFolders;
-    // One per measuring-point GUID across all folders; they arrive with the
-    // connector class, until then the archive has none.
     std::vector<CTarnovelleMeasuringPointConnector*> m_arrConnectors;
 };

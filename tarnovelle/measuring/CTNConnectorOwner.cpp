@@ -1,0 +1,3 @@
+#include "tarnovelle/measuring/CTNConnectorOwner.h"
+
+CTNConnectorOwner::~CTNConnectorOwner() = default;
