@@ -1,5 +1,6 @@
 #include "tarnovelle/storage/CTarnovelleChannel.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -312,12 +313,16 @@ float CTarnovelleChannel::GetValueFactor(int32_t index) const {
 // ---------------------------------------------------------------- arrays
 
 template <typename T>
-ETarnovelleErrors CTarnovelleChannel::ReadArray(int32_t index, EFormatId format, T*& values, uint32_t& count) {
+ETarnovelleErrors CTarnovelleChannel::ReadArray(int32_t index, EFormatId format, T*& values, uint32_t& count,
+                                                uint32_t first, uint32_t wanted) {
     const CSampleEntry* entry = GetEntry(index);
     if (!entry || entry->m_Header.GetFormatId() != format) return TNE_FAILED;
-    const uint32_t elements = entry->m_Header.GetElementCount();
+    const uint32_t blockElements = entry->m_Header.GetElementCount();
     const uint32_t position = entry->m_Header.GetDataPosition();
-    const uint64_t bytes = static_cast<uint64_t>(elements) * sizeof(T);
+    const uint64_t bytes = static_cast<uint64_t>(blockElements) * sizeof(T);
+    // The part asked for, within the block.
+    const uint32_t skipped = first < blockElements ? first : blockElements;
+    const uint32_t elements = std::min(wanted, blockElements - skipped);
     values = nullptr;
     count = 0;
 
@@ -329,7 +334,8 @@ ETarnovelleErrors CTarnovelleChannel::ReadArray(int32_t index, EFormatId format,
         CloseQuietly(file);
         return TNE_FILE_TRUNCATED;
     }
-    // A count whose bytes no 32-bit read can carry is no block this system wrote.
+    // A count whose bytes no 32-bit read can carry is no block this system
+    // wrote, whatever part of it is asked for.
     if (bytes > std::numeric_limits<uint32_t>::max()) {
         CloseQuietly(file);
         return TNE_OUT_OF_MEMORY;
@@ -344,9 +350,10 @@ ETarnovelleErrors CTarnovelleChannel::ReadArray(int32_t index, EFormatId format,
     count = elements;
     values = array;
     try {
-        file.Seek(static_cast<int32_t>(position), 0);
-        // A short read is not noticed: what the file doesn't hold stays as it was.
-        file.ReadHuge(array, static_cast<uint32_t>(bytes));
+        // One positioned read of just the part; the block lies within the
+        // file, so nothing of it is short.
+        file.ReadAt(position + skipped * static_cast<uint32_t>(sizeof(T)), array,
+                    elements * static_cast<uint32_t>(sizeof(T)));
         file.Close();
     } catch (...) {
         delete[] array;
@@ -387,13 +394,18 @@ ETarnovelleErrors CTarnovelleChannel::WriteArray(int32_t index, EFormatId format
 }
 
 ETarnovelleErrors CTarnovelleChannel::GetArray(int32_t index, float*& values, uint32_t& count) {
+    return GetArray(index, 0, std::numeric_limits<uint32_t>::max(), values, count);
+}
+
+ETarnovelleErrors CTarnovelleChannel::GetArray(int32_t index, uint32_t first, uint32_t wanted, float*& values,
+                                               uint32_t& count) {
     const EFormatId format = GetFormatId(index);
-    if (format == FORMAT_FLOAT) return ReadArray(index, FORMAT_FLOAT, values, count);
+    if (format == FORMAT_FLOAT) return ReadArray(index, FORMAT_FLOAT, values, count, first, wanted);
     if (format != FORMAT_DIGIT) return TNE_FAILED;
 
     unsigned short* digits = nullptr;
     uint32_t digitCount = 0;
-    ETarnovelleErrors result = GetArray(index, digits, digitCount);
+    ETarnovelleErrors result = ReadArray(index, FORMAT_DIGIT, digits, digitCount, first, wanted);
     if (result != TNE_OK) return result;
     std::unique_ptr<unsigned short[]> ownedDigits(digits);
     if (!digits || digitCount == 0) {

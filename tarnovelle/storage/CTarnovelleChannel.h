@@ -147,6 +147,10 @@ public:
     // with digits writes 0.0 for every valid one.
 
     ETarnovelleErrors GetArray(int32_t index, float*& values, uint32_t& count);
+    // Values first.. of a float or digit block, at most `wanted` of them, as
+    // floats, read in one positioned read: what a time range of a long block
+    // needs. The whole block's claim is checked as for the whole read.
+    ETarnovelleErrors GetArray(int32_t index, uint32_t first, uint32_t wanted, float*& values, uint32_t& count);
     ETarnovelleErrors GetArray(int32_t index, unsigned short*& values, uint32_t& count);
     ETarnovelleErrors GetArray(int32_t index, SEvent*& values, uint32_t& count);
     ETarnovelleErrors GetArray(int32_t index, SBinary_BYTE*& values, uint32_t& count);
@@ -201,7 +205,8 @@ private:
     bool SelectedBlockHolds(EFormatId format) const;
     // Reads or rewrites a block of `format` whole, opening the data file for the call.
     template <typename T>
-    ETarnovelleErrors ReadArray(int32_t index, EFormatId format, T*& values, uint32_t& count);
+    ETarnovelleErrors ReadArray(int32_t index, EFormatId format, T*& values, uint32_t& count, uint32_t first = 0,
+                                uint32_t wanted = 0xFFFFFFFFu);
     template <typename T>
     ETarnovelleErrors WriteArray(int32_t index, EFormatId format, const T* values);
 };

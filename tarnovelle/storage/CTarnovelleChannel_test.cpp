@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <filesystem>
 #include <cstring>
 #include <limits>
 #include <memory>
@@ -1131,4 +1132,65 @@ TEST(CTarnovelleChannel, ValuesWithoutASelectedBlockOrOfAnotherTypeAreRefusedUnw
     ASSERT_EQ(channel.Close(), TNE_OK);
     EXPECT_EQ(TNTestDir::ReadFile(dat).size(), 28u);
     EXPECT_EQ(channel.GetNrOfValues(0), 2u);
+}
+
+// ---------------------------------------------------------------- parts of a block
+
+TEST(CTarnovelleChannel, APartOfABlockIsReadAsTheSameValuesTheWholeReadGives) {
+    TNTestDir dir;
+    CTarnovelleChannel channel;
+    ASSERT_EQ(CreateChannel(channel, dir.Path(), kMean), TNE_OK);
+    ASSERT_EQ(channel.Close(), TNE_OK);
+    std::vector<float> ramp(100);
+    for (size_t i = 0; i < ramp.size(); ++i) ramp[i] = static_cast<float>(i) * 0.5f;
+    WriteFloatBlock(channel, TS(1000), TS(1100), ramp);
+    float* part = nullptr;
+    uint32_t count = 0;
+    ASSERT_EQ(channel.GetArray(0, 10, 5, part, count), TNE_OK);
+    ASSERT_EQ(count, 5u);
+    EXPECT_EQ(std::vector<float>(part, part + count), std::vector<float>(ramp.begin() + 10, ramp.begin() + 15));
+    delete[] part;
+    // Asked for beyond the block: clipped to what is there.
+    ASSERT_EQ(channel.GetArray(0, 95, 50, part, count), TNE_OK);
+    EXPECT_EQ(std::vector<float>(part, part + count), std::vector<float>(ramp.begin() + 95, ramp.end()));
+    delete[] part;
+    ASSERT_EQ(channel.GetArray(0, 100, 5, part, count), TNE_OK);
+    EXPECT_EQ(count, 0u);
+    delete[] part;
+}
+
+TEST(CTarnovelleChannel, APartOfADigitBlockIsConvertedLikeTheWhole) {
+    TNTestDir dir;
+    CTarnovelleChannel channel;
+    ASSERT_EQ(CreateChannel(channel, dir.Path(), kMean), TNE_OK);
+    const unsigned short digits[4] = {1, 2, 0x8000, 4};
+    ASSERT_EQ(channel.WriteBeginSampleDigit(TS(10), TS(14), 100.0f, 0.5f, 4), TNE_OK);
+    ASSERT_EQ(channel.WriteSampleData(digits, 4), TNE_OK);
+    ASSERT_EQ(channel.Close(), TNE_OK);
+    float* whole = nullptr;
+    uint32_t wholeCount = 0;
+    ASSERT_EQ(channel.GetArray(0, whole, wholeCount), TNE_OK);
+    float* part = nullptr;
+    uint32_t count = 0;
+    ASSERT_EQ(channel.GetArray(0, 1, 3, part, count), TNE_OK);
+    ASSERT_EQ(count, 3u);
+    EXPECT_EQ(std::memcmp(part, whole + 1, 3 * sizeof(float)), 0);
+    EXPECT_EQ(part[0], 101.0f);
+    EXPECT_EQ(Bits(part[1]), 0x7ff00000u);
+    delete[] whole;
+    delete[] part;
+}
+
+TEST(CTarnovelleChannel, APartOfABlockThatReachesBeyondItsFileIsDamageLikeTheWhole) {
+    TNTestDir dir;
+    CTarnovelleChannel channel;
+    ASSERT_EQ(CreateChannel(channel, dir.Path(), kMean), TNE_OK);
+    ASSERT_EQ(channel.Close(), TNE_OK);
+    WriteFloatBlock(channel, TS(1000), TS(1004), {1.0f, 2.0f, 3.0f, 4.0f});
+    const std::string dat = BasePath(dir.Path(), kMean) + ".Dat";
+    std::filesystem::resize_file(dat, 20 + 3 * 4);
+    float* part = nullptr;
+    uint32_t count = 0;
+    EXPECT_EQ(channel.GetArray(0, 0, 1, part, count), TNE_FILE_TRUNCATED);
+    EXPECT_EQ(part, nullptr);
 }

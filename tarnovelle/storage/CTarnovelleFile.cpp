@@ -180,6 +180,15 @@ uint32_t CTarnovelleFile::Read(void* buffer, uint32_t count) {
     }
 }
 
+uint32_t CTarnovelleFile::ReadAt(uint32_t position, void* buffer, uint32_t count) {
+    CheckHandle("invalid handle in ReadHuge");
+    try {
+        return m_File.ReadAt(position, buffer, count);
+    } catch (...) {
+        ThrowException("ReadHuge failed");
+    }
+}
+
 void CTarnovelleFile::Write(const void* buffer, uint32_t count) {
     CheckHandle("invalid handle in Write");
     try {

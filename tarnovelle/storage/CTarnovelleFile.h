@@ -57,6 +57,8 @@ public:
     virtual uint32_t ReadHuge(void* buffer, uint32_t count);
     virtual void WriteHuge(const void* buffer, uint32_t count);
     virtual uint32_t Read(void* buffer, uint32_t count);
+    // Reads `count` bytes at `position` in one call, leaving the position alone.
+    virtual uint32_t ReadAt(uint32_t position, void* buffer, uint32_t count);
     virtual void Write(const void* buffer, uint32_t count);
     virtual std::string GetFilePath() const;
 

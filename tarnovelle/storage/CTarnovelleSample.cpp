@@ -309,6 +309,18 @@ ETarnovelleErrors CTarnovelleSample::Init(CTarnovelleChannel& channel, int32_t i
 }
 
 ETarnovelleErrors CTarnovelleSample::Init(CTarnovelleChannel& channel, int32_t index, uint32_t first, uint32_t last) {
+    return InitRange(channel, index, first, last, nullptr, 0);
+}
+
+ETarnovelleErrors CTarnovelleSample::InitRange(CTarnovelleChannel& channel, int32_t index, uint32_t first,
+                                               uint32_t last, void* preloaded, uint32_t preloadedCount) {
+    // A block read already (by the record formats' time scan) is this call's
+    // to free on every way out that doesn't keep it.
+    struct SPreloaded {
+        void*& values;
+        int32_t format;
+        ~SPreloaded() { DeleteArray(format, values); }
+    } preloadedGuard{preloaded, channel.GetFormatId(index)};
     SetFormatKeepingValues(channel.GetFormatId(index));
     const CTNUTCTimeStamp blockStart = channel.GetStartTime(index);
     if (first >= last) {
@@ -325,20 +337,37 @@ ETarnovelleErrors CTarnovelleSample::Init(CTarnovelleChannel& channel, int32_t i
     m_nNrOfValues = 0;
     void* loaded = nullptr;
     uint32_t loadedCount = 0;
-    const ETarnovelleErrors result = LoadWholeBlock(channel, index, m_FormatId, loaded, loadedCount);
+    // Where loaded[0] stands in the block: floats are read from `first` on,
+    // and only as many as asked for; records are read whole.
+    uint32_t loadedFrom = 0;
+    ETarnovelleErrors result = TNE_OK;
+    if (preloaded) {
+        loaded = preloaded;
+        loadedCount = preloadedCount;
+        preloaded = nullptr;
+    } else if (m_FormatId == FORMAT_FLOAT) {
+        float* part = nullptr;
+        result = channel.GetArray(index, first, last - first, part, loadedCount);
+        loaded = part;
+        loadedFrom = first;
+        if (part == nullptr) loadedCount = 0;
+    } else {
+        result = LoadWholeBlock(channel, index, m_FormatId, loaded, loadedCount);
+    }
     if (result != TNE_OK) {
         DeleteArray(m_FormatId, loaded);
         return result;
     }
     // Never read behind the loaded values, even for a `first` beyond them.
-    const uint32_t available = first < loadedCount ? loadedCount - first : 0;
+    const uint32_t skip = first - loadedFrom;
+    const uint32_t available = skip < loadedCount ? loadedCount - skip : 0;
     const uint32_t count = std::min(last - first, available);
     if (count == 0 || loaded == nullptr) {
         DeleteArray(m_FormatId, loaded);
         return TNE_FAILED;
     }
     const size_t recordSize = GetRecordSize(m_FormatId);
-    if (first == 0 && count == loadedCount) {
+    if (skip == 0 && count == loadedCount) {
         // The whole block is wanted: keep the loaded array instead of copying it.
         UValues whole;
         whole.pFloat = static_cast<float*>(loaded);
@@ -350,7 +379,7 @@ ETarnovelleErrors CTarnovelleSample::Init(CTarnovelleChannel& channel, int32_t i
             DeleteArray(m_FormatId, loaded);
             throw;
         }
-        std::memcpy(static_cast<void*>(m_pValues.pFloat), static_cast<const char*>(loaded) + first * recordSize,
+        std::memcpy(static_cast<void*>(m_pValues.pFloat), static_cast<const char*>(loaded) + skip * recordSize,
                     count * recordSize);
         DeleteArray(m_FormatId, loaded);
     }
@@ -421,11 +450,11 @@ ETarnovelleErrors CTarnovelleSample::InitRecordsForTimeRange(CTarnovelleChannel&
             last = i + 1;
         }
     }
-    DeleteArray(m_FormatId, loaded);
     // The event before the range tells the value at the range's start.
     if (m_FormatId == FORMAT_EVENT && includePrevious && first != 0)
         --first;
-    return Init(channel, index, first, last);
+    // The block is in memory already: the range is cut from it, not read again.
+    return InitRange(channel, index, first, last, loaded, loadedCount);
 }
 
 ETarnovelleErrors CTarnovelleSample::InitFloatsForTimeRange(CTarnovelleChannel& channel, int32_t index,

@@ -44,9 +44,9 @@
 //     `from` give no values and both times the block's start.
 //   - An index not below the channel's block count is no failure: TNE_OK,
 //     format 7, nothing read.
-// Loads read the whole block from the channel; the time-range form of the
-// record formats reads it twice. File failures pass through as exceptions,
-// and the sample then holds no values. A block that claims values beyond the
+// Float and digit blocks are read from the first value wanted to the last,
+// in one positioned read; record blocks are read whole, once. File failures
+// pass through as exceptions, and the sample then holds no values. A block that claims values beyond the
 // end of its data file gives TNE_FILE_TRUNCATED, and nothing is allocated
 // for it.
 //
@@ -162,6 +162,10 @@ private:
     // fits the mark, so that the mark never describes a foreign array.
     void SetFormatKeepingValues(EFormatId format);
 
+    // Init(channel, index, first, last) on a block perhaps read already
+    // (`preloaded`, made as the block's format, which this call takes over).
+    ETarnovelleErrors InitRange(CTarnovelleChannel& channel, int32_t index, uint32_t first, uint32_t last,
+                                void* preloaded, uint32_t preloadedCount);
     ETarnovelleErrors InitRecordsForTimeRange(CTarnovelleChannel& channel, int32_t index,
                                               const CTNUTCTimeStamp& from, const CTNUTCTimeStamp& to,
                                               bool includePrevious);

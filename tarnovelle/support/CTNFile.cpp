@@ -233,6 +233,23 @@ uint32_t CTNFile::Read(void* buffer, uint32_t count) {
     return done;
 }
 
+uint32_t CTNFile::ReadAt(uint64_t offset, void* buffer, uint32_t count) {
+    if (!IsOpen()) ThrowErrno(EBADF);
+    if (const int injected = TNFileFault(CTNFileFaults::opRead, m_strFileName.c_str())) ThrowErrno(injected);
+    auto* p = static_cast<char*>(buffer);
+    uint32_t done = 0;
+    while (done < count) {
+        const ssize_t n = ::pread(static_cast<int>(m_hFile), p + done, count - done, static_cast<off_t>(offset + done));
+        if (n < 0) {
+            if (errno == EINTR) continue;
+            ThrowErrno(errno);
+        }
+        if (n == 0) break;
+        done += static_cast<uint32_t>(n);
+    }
+    return done;
+}
+
 void CTNFile::Write(const void* buffer, uint32_t count) {
     if (!IsOpen()) ThrowErrno(EBADF);
     if (const int injected = TNFileFault(CTNFileFaults::opWrite, m_strFileName.c_str())) ThrowErrno(injected);

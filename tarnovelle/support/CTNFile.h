@@ -65,6 +65,9 @@ public:
     void Abort();  // closes, ignoring every error
 
     uint32_t Read(void* buffer, uint32_t count);  // bytes read; short only at the end
+    // Reads at `offset` without moving the file position: one call where a
+    // seek and a read would be two. Bytes read; short only at the end.
+    uint32_t ReadAt(uint64_t offset, void* buffer, uint32_t count);
     void Write(const void* buffer, uint32_t count);
     int64_t Seek(int64_t offset, int origin);      // the new position
     uint64_t SeekToEnd();
