@@ -310,3 +310,83 @@ TEST_F(ConnectorTest, TheParameterSetComesFromTheFolderFoundLast) {
 }
 
 }  // namespace
+
+namespace {
+
+// The read of one channel connector as its steps stand, block by block from
+// the first, for comparing with the connector's own walk.
+std::vector<std::pair<uint32_t, uint32_t>> PlainScan(CTarnovelleChannelConnector& connector, const CTNUTCTimeStamp& from,
+                                                     const CTNUTCTimeStamp& to, bool keepOverlaps) {
+    std::vector<std::pair<uint32_t, uint32_t>> spans;
+    CTNUTCTimeStamp cursor = from;
+    bool first = true;
+    for (CTarnovelleChannel* channel : connector.GetChannels()) {
+        CTNUTCTimeStamp start = CTNUTCTimeStamp::InvalidTS();
+        CTNUTCTimeStamp end = CTNUTCTimeStamp::InvalidTS();
+        if (channel->GetTimeRange(start, end) != TNE_OK || end.IsInvalidTS() || end < from) continue;
+        if (start.IsInvalidTS() || start > to) break;
+        for (int32_t block = 0; block < channel->GetBlockCount(); ++block) {
+            if (channel->GetEndTime(block).IsInvalidTS() || channel->GetEndTime(block) < cursor) continue;
+            if (!(channel->GetStartTime(block) < to)) break;
+            CTarnovelleSample sample;
+            if (sample.Init(*channel, block, cursor, to, first) != TNE_OK || sample.GetNrOfValues() == 0) continue;
+            first = false;
+            if (!keepOverlaps) cursor = sample.GetEndTime();
+            spans.emplace_back(sample.GetStartTime().GetSecondsSince1970(), sample.GetEndTime().GetSecondsSince1970());
+        }
+    }
+    return spans;
+}
+
+}  // namespace
+
+TEST_F(ConnectorTest, AChannelOfTenThousandBlocksReadsAsThePlainScanDoes) {
+    {
+        CTarnovelleChannel channel;
+        ASSERT_EQ(channel.Init(m_f1->GetPath(), kPoint, kMean, "", 0, 0, 0, 0), TNE_OK);
+        ASSERT_EQ(channel.Open(), TNE_OK);
+        const float values[3] = {1.0f, 2.0f, 3.0f};
+        // Three values a block, a second of gap between blocks, so none joins the last.
+        for (uint32_t block = 0; block < 10000; ++block) {
+            const uint32_t start = 100000 + block * 4;
+            ASSERT_EQ(channel.WriteBeginSampleFloat(At(start), At(start + 3), 3), TNE_OK);
+            ASSERT_EQ(channel.WriteSampleData(values, 3), TNE_OK);
+        }
+        ASSERT_EQ(channel.Close(), TNE_OK);
+    }
+    CTarnovelleChannelConnector* connector = Connector().GetChannelConnector(kMean);
+    ASSERT_NE(connector, nullptr);
+    ASSERT_EQ(connector->GetChannels().front()->GetBlockCount(), 10000);
+    for (const auto& [from, to] : std::vector<std::pair<uint32_t, uint32_t>>{
+             {100000, 100040}, {120001, 120010}, {139990, 140100}, {99000, 100002}, {100002, 100003}}) {
+        for (bool keep : {false, true}) {
+            CTarnovelleSampleArray samples;
+            connector->GetSamplesForTimeRange(At(from), At(to), samples, keep);
+            EXPECT_EQ(Spans(samples), PlainScan(*connector, At(from), At(to), keep)) << from << ".." << to;
+            EXPECT_FALSE(samples.IsEmpty()) << from;
+        }
+    }
+}
+
+TEST_F(ConnectorTest, BlocksWhoseEndsDoNotAscendAreWalkedFromTheFirst) {
+    {
+        CTarnovelleChannel channel;
+        ASSERT_EQ(channel.Init(m_f1->GetPath(), kPoint, kMean, "", 0, 0, 0, 0), TNE_OK);
+        ASSERT_EQ(channel.Open(), TNE_OK);
+        const std::vector<float> values(100, 1.0f);
+        // A long block, then a short one that starts later but ends earlier.
+        ASSERT_EQ(channel.WriteBeginSampleFloat(At(1000), At(1100), 100), TNE_OK);
+        ASSERT_EQ(channel.WriteSampleData(values.data(), 100), TNE_OK);
+        ASSERT_EQ(channel.WriteBeginSampleFloat(At(1010), At(1020), 10), TNE_OK);
+        ASSERT_EQ(channel.WriteSampleData(values.data(), 10), TNE_OK);
+        ASSERT_EQ(channel.WriteBeginSampleFloat(At(1200), At(1210), 10), TNE_OK);
+        ASSERT_EQ(channel.WriteSampleData(values.data(), 10), TNE_OK);
+        ASSERT_EQ(channel.Close(), TNE_OK);
+    }
+    CTarnovelleChannelConnector* connector = Connector().GetChannelConnector(kMean);
+    ASSERT_EQ(connector->GetChannels().front()->FindFirstBlockEndingFrom(At(1050)), -1);
+    CTarnovelleSampleArray samples;
+    connector->GetSamplesForTimeRange(At(1015), At(1205), samples, true);
+    EXPECT_EQ(Spans(samples), PlainScan(*connector, At(1015), At(1205), true));
+    EXPECT_EQ(samples.GetSize(), 3);
+}

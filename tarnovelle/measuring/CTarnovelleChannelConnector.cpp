@@ -166,7 +166,10 @@ ETarnovelleErrors CTarnovelleChannelConnector::GetSamplesForTimeRange(const CTNU
         // The folders are taken to be in time order: nothing later can count.
         if (start.IsInvalidTS() || start > to) return TNE_OK;
         const int32_t blocks = channel->GetBlockCount();
-        for (int32_t block = 0; block < blocks; ++block) {
+        // Where the ends ascend, the blocks the walk would skip are passed
+        // over at once; elsewhere the walk starts at the first block.
+        const int32_t firstBlock = std::max(channel->FindFirstBlockEndingFrom(cursor), 0);
+        for (int32_t block = firstBlock; block < blocks; ++block) {
             const CTNUTCTimeStamp blockEnd = channel->GetEndTime(block);
             if (blockEnd.IsInvalidTS() || blockEnd < cursor) continue;
             const CTNUTCTimeStamp blockStart = channel->GetStartTime(block);

@@ -550,6 +550,29 @@ ETarnovelleErrors CTarnovelleChannel::GetTimeRange(CTNUTCTimeStamp& from, CTNUTC
     return TNE_OK;
 }
 
+int32_t CTarnovelleChannel::FindFirstBlockEndingFrom(const CTNUTCTimeStamp& time) const {
+    const int32_t count = GetBlockCount();
+    if (m_SamplesFile.m_nEndsAscending < 0) {
+        bool ascending = true;
+        CTNUTCTimeStamp previous = CTNUTCTimeStamp::MinTS();
+        for (int32_t i = 0; i < count && ascending; ++i) {
+            const CTNUTCTimeStamp end = GetEndTime(i);
+            ascending = !end.IsInvalidTS() && !(end < previous);
+            previous = end;
+        }
+        m_SamplesFile.m_nEndsAscending = ascending ? 1 : 0;
+    }
+    if (m_SamplesFile.m_nEndsAscending == 0) return -1;
+    int32_t low = 0;
+    int32_t high = count;
+    while (low < high) {
+        const int32_t middle = low + (high - low) / 2;
+        if (GetEndTime(middle) < time) low = middle + 1;
+        else high = middle;
+    }
+    return low;
+}
+
 ETarnovelleErrors CTarnovelleChannel::IsEmpty(const CTNUTCTimeStamp& from, const CTNUTCTimeStamp& to,
                                               int32_t& result) {
     for (const auto& entry : m_SamplesFile.m_Samples) {

@@ -170,6 +170,13 @@ public:
 
     // ---- Ranges.
 
+    // The first block whose end time is valid and not before `time`, found
+    // by binary search, when every block's end is valid and the ends ascend
+    // in list order; the block count when none ends that late; -1 when the
+    // ends don't ascend (the caller then walks the list). A scan from block 0
+    // that skips blocks ending before `time` starts at the same block.
+    int32_t FindFirstBlockEndingFrom(const CTNUTCTimeStamp& time) const;
+
     // Widens from..to by this channel's first start and last end (list
     // order); invalid stamps are always replaced. TNE_NO_OBJECT without blocks.
     ETarnovelleErrors GetTimeRange(CTNUTCTimeStamp& from, CTNUTCTimeStamp& to);

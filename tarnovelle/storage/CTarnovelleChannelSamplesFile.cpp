@@ -86,6 +86,7 @@ void CTarnovelleChannelSamplesFile::SetHeader(const GUID& guid, const SChannelID
 }
 
 void CTarnovelleChannelSamplesFile::Clear() {
+    m_nEndsAscending = -1;
     m_Samples.clear();
     m_Positions.clear();
     m_nFirstDirty = 0;
@@ -291,6 +292,7 @@ CSampleEntry* CTarnovelleChannelSamplesFile::GetSelected() const {
 }
 
 void CTarnovelleChannelSamplesFile::MarkSelectedDirty() {
+    m_nEndsAscending = -1;
     if (m_nFirstDirty > m_nSelected) m_nFirstDirty = m_nSelected;
 }
 

@@ -122,4 +122,8 @@ protected:
     std::vector<uint32_t> m_Positions;
     int32_t m_nFirstDirty = 0;  // headers below this index are on disk as in memory
     int32_t m_nSelected = -1;   // block the next values go to; -1 none
+    // Whether the blocks' end times ascend (1), don't (0), or are not yet
+    // known (-1); every change of the list makes it unknown again. The
+    // channel looks blocks up by binary search where they ascend.
+    mutable int8_t m_nEndsAscending = -1;
 };
