@@ -245,8 +245,7 @@ ETarnovelleErrors CTarnovelleArchiveFolder::RemoveMeasuringPoint(const GUID& gui
     return TNE_OK;
 }
 
-bool CTarnovelleArchiveFolder::WaitForOthersWipe(const char* timeoutText) {
-    const CTNUTCTimeStamp start = CTNUTCTimeStamp::GetCurrentUTCTime();
+bool CTarnovelleArchiveFolder::WaitForOthersWipe(const CTNUTCTimeStamp& start, const char* timeoutText) {
     if (Archive) Archive->RemoveArchiveFolderObjects(GetPath());
     for (;;) {
         KillOldDeleteLockFiles();
@@ -257,11 +256,14 @@ bool CTarnovelleArchiveFolder::WaitForOthersWipe(const char* timeoutText) {
 }
 
 bool CTarnovelleArchiveFolder::Clear() {
-    if (HasDeleteLock()) return WaitForOthersWipe("Clear timeout1");
+    // Both waits count from here, also after a lost race for the lock file
+    // whose open may itself have waited.
+    const CTNUTCTimeStamp start = CTNUTCTimeStamp::GetCurrentUTCTime();
+    if (HasDeleteLock()) return WaitForOthersWipe(start, "Clear timeout1");
     TNLockHandle lock = nullptr;
     if (!CreateDeleteLock(lock)) {
         if (!HasDeleteLock()) return false;
-        return WaitForOthersWipe("Clear timeout2");
+        return WaitForOthersWipe(start, "Clear timeout2");
     }
     try {
         if (Archive) Archive->RemoveArchiveFolderObjects(GetPath());

@@ -38,6 +38,7 @@
 
 #include "tarnovelle/support/GUID.h"
 #include "tarnovelle/support/TNExport.h"
+#include "tarnovelle/values/CTNUTCTimeStamp.h"
 #include "tarnovelle/values/ETarnovelleErrors.h"
 #include "tarnovelle/values/TNARCHIVE_MODE.h"
 
@@ -153,7 +154,7 @@ protected:
 
 private:
     // Clear's wait for another process's wipe; true once it is over.
-    bool WaitForOthersWipe(const char* timeoutText);
+    bool WaitForOthersWipe(const CTNUTCTimeStamp& start, const char* timeoutText);
     // Deletes the three kinds of file of one measuring-point directory;
     // false at the first kind that fails.
     static bool DeleteMeasuringPointFiles(const std::string& directory);
