@@ -32,12 +32,17 @@ bool TryLock(int fd, int type) {
     return fcntl(fd, F_OFD_SETLK, &fl) == 0;
 }
 
-// `length`, if given, receives the size of the open file.
-bool SameInode(int fd, const char* path, uint64_t* length = nullptr) {
+// `opened`, if given, receives the status of the open file.
+bool SameInode(int fd, const char* path, struct stat* opened = nullptr) {
     struct stat byFd {}, byPath {};
     if (fstat(fd, &byFd) != 0 || stat(path, &byPath) != 0) return false;
-    if (length) *length = static_cast<uint64_t>(byFd.st_size);
+    if (opened) *opened = byFd;
     return byFd.st_dev == byPath.st_dev && byFd.st_ino == byPath.st_ino;
+}
+
+bool IsDirectory(int fd) {
+    struct stat st {};
+    return fstat(fd, &st) == 0 && S_ISDIR(st.st_mode);
 }
 
 // Descriptor 0 would read as "no file" to callers that treat 0 as a closed
@@ -159,12 +164,8 @@ bool CTNFile::Open(const char* path, uint32_t flags, CFileException* error) {
         return false;
     }
     fd = AvoidDescriptorZero(fd);
-    struct stat st {};
-    if (fstat(fd, &st) == 0 && S_ISDIR(st.st_mode)) {
-        close(fd);
-        Fail(error, CFileException::accessDenied, EISDIR, path);
-        return false;
-    }
+    // A directory is refused; it is told apart by the status the inode check
+    // below asks for anyway, or, where the lock fails, by a status of its own.
     if (const int injected = TNFileFault(CTNFileFaults::opLock, path)) {
         close(fd);
         Fail(error, CFileException::CauseFromErrno(injected), injected, path);
@@ -172,16 +173,24 @@ bool CTNFile::Open(const char* path, uint32_t flags, CFileException* error) {
     }
     if (lockType >= 0 && !TryLock(fd, lockType)) {
         const int err = errno;
+        const bool directory = IsDirectory(fd);
         close(fd);
-        Fail(error, CFileException::sharingViolation, err == EACCES ? EAGAIN : err, path);
+        if (directory) Fail(error, CFileException::accessDenied, EISDIR, path);
+        else Fail(error, CFileException::sharingViolation, err == EACCES ? EAGAIN : err, path);
         return false;
     }
-    uint64_t length = 0;
-    if (!SameInode(fd, path, &length)) {
+    struct stat opened {};
+    if (!SameInode(fd, path, &opened)) {
         close(fd);
         Fail(error, CFileException::sharingViolation, ESTALE, path);
         return false;
     }
+    if (S_ISDIR(opened.st_mode)) {
+        close(fd);
+        Fail(error, CFileException::accessDenied, EISDIR, path);
+        return false;
+    }
+    uint64_t length = static_cast<uint64_t>(opened.st_size);
     if ((flags & modeCreate) && !(flags & modeNoTruncate) && ftruncate(fd, 0) != 0) {
         const int err = errno;
         close(fd);
