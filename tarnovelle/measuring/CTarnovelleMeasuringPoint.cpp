@@ -122,8 +122,10 @@ ChannelMap* CTarnovelleMeasuringPoint::FindChannelMap(uint32_t seconds, int crea
 
 int CTarnovelleMeasuringPoint::IsEqual(const ChannelMap& a, const ChannelMap& b) {
     if (a.GetCount() != b.GetCount()) return 0;
-    for (const auto& [channel, values] : a) {
-        const auto found = std::find_if(b.begin(), b.end(), [&](const auto& entry) { return entry.first == channel; });
+    for (const auto& entry : a) {
+        const uint32_t channel = entry.first;
+        const ChannelMap::StringMap* values = entry.second;
+        const auto found = std::find_if(b.begin(), b.end(), [channel](const auto& other) { return other.first == channel; });
         if (found == b.end()) return 0;
         const ChannelMap::StringMap* other = found->second;
         if ((values == nullptr) != (other == nullptr)) return 0;
