@@ -10,8 +10,11 @@ jobs=$(nproc)
 
 cmake -S . -B build-fuzz -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTARNOVELLE_FUZZ=ON \
       -DTARNOVELLE_BUILD_TESTS=OFF -DTARNOVELLE_BUILD_BENCH=OFF -DTARNOVELLE_BUILD_EXAMPLES=OFF >/dev/null
-cmake --build build-fuzz -j"$jobs" --target ChannelFiles_fuzz XmlDocument_fuzz
+cmake --build build-fuzz -j"$jobs" --target ChannelFiles_fuzz XmlDocument_fuzz ConfDataFile_fuzz
 
+# The library's module writes its ini and log files: below the build tree,
+# never in the user's own settings.
+export XDG_CONFIG_HOME="$PWD/build-fuzz/config"
 export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1:halt_on_error=1
 export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 run() {
@@ -26,4 +29,5 @@ run() {
 }
 run ChannelFiles_fuzz channel "$runs"
 run XmlDocument_fuzz xml "$((runs * 5))"
-echo "fuzz: $runs channel inputs and $((runs * 5)) XML documents, no failure"
+run ConfDataFile_fuzz confdata "$runs"
+echo "fuzz: $runs channel inputs, $((runs * 5)) XML documents and $runs measuring-point files, no failure"

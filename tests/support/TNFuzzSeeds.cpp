@@ -1,5 +1,6 @@
 #include "tests/support/TNFuzzSeeds.h"
 
+#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -27,6 +28,13 @@ void Keep(const std::filesystem::path& folder, const std::string& bytes) {
     std::snprintf(name, sizeof(name), "%016zx", std::hash<std::string>{}(bytes));
     std::ofstream out(folder / name, std::ios::binary | std::ios::trunc);
     out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+}
+
+// The parameter file of a measuring point, whatever case its name is in.
+bool IsConfData(const std::filesystem::path& path) {
+    std::string name = path.filename().string();
+    for (char& c : name) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return name == "confdata.inf";
 }
 
 bool LooksLikeXml(const std::string& bytes) {
@@ -62,6 +70,9 @@ void TNHarvestFuzzSeeds(const std::string& directory) {
                 continue;
             }
             const std::string bytes = ReadSmallFile(path);
+            // Every version of the file opens with an XML-like tag, so it
+            // feeds the XML target too.
+            if (IsConfData(path)) Keep(root / "confdata", bytes);
             if (LooksLikeXml(bytes)) Keep(root / "xml", bytes);
         }
     } catch (...) {

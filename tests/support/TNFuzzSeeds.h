@@ -4,11 +4,13 @@
 //   - each "<base>.Sam" with its "<base>.Dat" beside it becomes one input of
 //     the channel-files target: the samples file's length as 4 bytes
 //     little-endian, the samples file, then the data file;
+//   - each file named "ConfData.Inf" (in any case) becomes one input of the
+//     measuring-point file target;
 //   - each file whose first non-blank byte is '<' becomes one input of the
-//     XML target.
-// Inputs go to <seeds>/channel and <seeds>/xml, named by a hash of their
-// bytes, so a file written by many tests is kept once. Files above 256 KiB
-// are passed over: seeds should be small.
+//     XML target (a ConfData.Inf of any version too).
+// Inputs go to <seeds>/channel, <seeds>/confdata and <seeds>/xml, named by a
+// hash of their bytes, so a file written by many tests is kept once. Files
+// above 256 KiB are passed over: seeds should be small.
 #pragma once
 
 #include <cstdint>
