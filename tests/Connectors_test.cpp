@@ -2,6 +2,7 @@
 // the connectors' lists, their ranges and the read path.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -389,4 +390,63 @@ TEST_F(ConnectorTest, BlocksWhoseEndsDoNotAscendAreWalkedFromTheFirst) {
     connector->GetSamplesForTimeRange(At(1015), At(1205), samples, true);
     EXPECT_EQ(Spans(samples), PlainScan(*connector, At(1015), At(1205), true));
     EXPECT_EQ(samples.GetSize(), 3);
+}
+
+namespace {
+uint64_t RealNowMs() {
+    return static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::milliseconds>(
+                                     std::chrono::system_clock::now().time_since_epoch())
+                                     .count());
+}
+}  // namespace
+
+// A refresh reads again only the samples files that changed since they were
+// read; an unchanged one keeps its object, and the list is as a full
+// re-reading would make it.
+TEST(ConnectorRefresh, AnUnchangedSamplesFileIsNotReadAgain) {
+    TNTestDir dir;
+    // The files' stamps lie well behind this clock: the reads vouch for them.
+    CTNFakeClock clock(RealNowMs() + 10000);
+    CTNScopedClock scope(&clock);
+    CTarnovelleArchive archive;
+    archive.SetArchiveFileName((dir / "Plant.TNArch").c_str());
+    CTarnovelleArchiveFolder* f1 = archive.AddArchive(dir / "TNArch01", TNARCHIVE_MODE_REMAINING, 1);
+    CTarnovelleArchiveFolder* f2 = archive.AddArchive(dir / "TNArch02", TNARCHIVE_MODE_REMAINING, 1);
+    WriteMeans(f1->GetPath(), kMean, 1000, 10);
+    WriteMeans(f2->GetPath(), kMean, 2000, 10);
+    archive.InsertMeasuringPoints(kPoint);
+    CTarnovelleMeasuringPointConnector& point = *archive.GetMeasuringPointConnector(kPoint);
+    CTarnovelleChannelConnector* connector = point.GetChannelConnector(kMean);
+    ASSERT_NE(connector, nullptr);
+    // The first fill makes a channel for every folder; the refresh keeps only
+    // those with files, the unchanged ones as they are.
+    connector->Refresh(archive.GetFolderPaths());
+    const std::vector<CTarnovelleChannel*> before = connector->GetChannels();
+    ASSERT_EQ(before.size(), 2u);
+    EXPECT_TRUE(before[0]->IsUnchangedSinceRead());
+    connector->Refresh(archive.GetFolderPaths());
+    EXPECT_EQ(connector->GetChannels(), before);
+    // Another writer adds to the second folder's channel: that one is read again.
+    WriteMeans(f2->GetPath(), kMean, 3000, 10);
+    EXPECT_FALSE(before[1]->IsUnchangedSinceRead());
+    connector->Refresh(archive.GetFolderPaths());
+    const std::vector<CTarnovelleChannel*> after = connector->GetChannels();
+    ASSERT_EQ(after.size(), 2u);
+    EXPECT_EQ(after[0], before[0]);
+    EXPECT_EQ(after[1]->GetBlockCount(), 2);
+    CTarnovelleSampleArray samples;
+    connector->GetSamplesForTimeRange(At(0), At(5000), samples, true);
+    EXPECT_EQ(Spans(samples), (std::vector<std::pair<uint32_t, uint32_t>>{{1000, 1010}, {2000, 2010}, {3000, 3010}}));
+}
+
+TEST(ConnectorRefresh, AFreshlyWrittenFileIsReadAgainWhateverItsStamp) {
+    TNTestDir dir;
+    CTarnovelleArchive archive;
+    archive.SetArchiveFileName((dir / "Plant.TNArch").c_str());
+    CTarnovelleArchiveFolder* f1 = archive.AddArchive(dir / "TNArch01", TNARCHIVE_MODE_REMAINING, 1);
+    WriteMeans(f1->GetPath(), kMean, 1000, 10);
+    CTarnovelleChannel channel;
+    ASSERT_EQ(channel.Init(f1->GetPath(), kPoint, kMean, "", 0, 0, 0, 0), TNE_OK);
+    // Read within two seconds of its last change, by the real clock.
+    EXPECT_FALSE(channel.IsUnchangedSinceRead());
 }

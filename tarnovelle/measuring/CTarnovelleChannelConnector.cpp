@@ -6,6 +6,7 @@
 
 #include "tarnovelle/measuring/CTarnovelleMeasuringPointConnector.h"
 #include "tarnovelle/storage/CTarnovelleSample.h"
+#include "tarnovelle/support/TNGuid.h"
 
 namespace {
 
@@ -55,10 +56,30 @@ ETarnovelleErrors CTarnovelleChannelConnector::Refresh(const GUID& guid, const S
 }
 
 void CTarnovelleChannelConnector::Refresh(const TNFolderPaths& folders) {
+    // The list is built again from the folders, as a full re-reading would
+    // build it; a channel whose samples file is byte for byte what it read
+    // last time stands in for its own re-reading, so an unchanged file is
+    // never read twice.
     ChannelsByPath.clear();
-    for (CTarnovelleChannel* channel : Channels) delete channel;
-    Channels.clear();
-    RefreshChannelArray(folders);
+    std::vector<CTarnovelleChannel*> previous;
+    previous.swap(Channels);
+    for (const std::optional<std::string>& folder : folders) {
+        if (!folder || GetChannel(*folder)) continue;
+        const std::string directory = *folder + "/" + GuidToString(m_GUID);
+        const auto kept = std::find_if(previous.begin(), previous.end(), [&](const CTarnovelleChannel* channel) {
+            return channel && channel->GetMeasuringPointPath() == directory && channel->IsUnchangedSinceRead();
+        });
+        if (kept != previous.end()) {
+            Channels.push_back(*kept);
+            *kept = nullptr;
+            continue;
+        }
+        auto channel = std::make_unique<CTarnovelleChannel>();
+        if (channel->Refresh(*folder, m_GUID, ChannelID, "", 0, 0, 0, 0) > 0) continue;
+        Channels.push_back(channel.get());
+        channel.release();
+    }
+    for (CTarnovelleChannel* channel : previous) delete channel;
 }
 
 void CTarnovelleChannelConnector::RefreshChannelArray(const TNFolderPaths& folders) { FillChannelArray(folders, true); }

@@ -100,6 +100,9 @@ public:
                              const char* name, uint32_t major, uint32_t minor, uint32_t build, uint32_t revision);
     // Reads the samples file again, if it can be opened.
     void Refresh();
+    // True when the samples file is as it was when last read (size and
+    // modification time), so that reading it again would change nothing.
+    bool IsUnchangedSinceRead() const { return m_SamplesFile.IsUnchangedSinceRead(); }
     // The write cycle: the data file first, then the samples file.
     ETarnovelleErrors Open();
     // Writes the block headers even if the data file fails; the data file's

@@ -9,6 +9,7 @@
 #include "tarnovelle/storage/CTarnovelleChannelDataFile.h"
 #include "tarnovelle/storage/CTarnovelleFile.h"
 #include "tarnovelle/support/CFileException.h"
+#include "tarnovelle/support/CTNClock.h"
 #include "tarnovelle/support/STNFileStatus.h"
 #include "tarnovelle/support/TNPath.h"
 
@@ -16,6 +17,7 @@ namespace {
 
 // Size of the data file's own header: the first block's values start behind it.
 constexpr uint32_t kFirstDataPosition = 20;
+constexpr int64_t kFreshNanoseconds = 2000000000;
 constexpr uint32_t kSamplesFileOpenFlags =
     CTarnovelleFile::modeCreate | CTarnovelleFile::modeNoTruncate | CTarnovelleFile::modeReadWrite;
 
@@ -95,6 +97,13 @@ void CTarnovelleChannelSamplesFile::Clear() {
 
 ETarnovelleErrors CTarnovelleChannelSamplesFile::Read(CTarnovelleFile& file) {
     Clear();
+    m_nReadLength = file.GetLengthAtOpen();
+    m_nReadModified = file.GetModifiedAtOpen();
+    // A file changed within the last two seconds may change again within the
+    // same tick of a coarse clock (a network drive's) without its stamp or
+    // size telling: such a read is not taken as a witness of the file.
+    const int64_t now = static_cast<int64_t>(TNGetClock()->NowMilliseconds()) * 1000000;
+    if (now - m_nReadModified < kFreshNanoseconds) m_nReadModified = 0;
     file.Seek(0, 0);  // one call, where asking for the position first would be one more
     const uint32_t length = file.GetLength();
     if (length == 0) return GetMeasurementValueType() == MVT_UNDEFINED ? TNE_NO_OBJECT : TNE_OK;
@@ -221,6 +230,8 @@ ETarnovelleErrors CTarnovelleChannelSamplesFile::Open() {
 
 ETarnovelleErrors CTarnovelleChannelSamplesFile::Close() {
     if (!m_pFile) return TNE_FAILED;
+    // What is written now is no longer what was read.
+    m_nReadModified = 0;
     try {
         m_pFile->Seek(0, 0);
         m_Header.FormatVersion = 1;
@@ -284,6 +295,17 @@ void CTarnovelleChannelSamplesFile::Refresh() {
         throw;
     }
     file.Close();
+}
+
+bool CTarnovelleChannelSamplesFile::IsUnchangedSinceRead() const {
+    if (m_nReadModified == 0 || m_pFile) return false;
+    STNFileStatus status;
+    try {
+        if (!CTarnovelleFile::GetStatus(GetSamFilePath().c_str(), status)) return false;
+    } catch (...) {
+        return false;
+    }
+    return status.m_size == m_nReadLength && status.m_mtime == m_nReadModified;
 }
 
 CSampleEntry* CTarnovelleChannelSamplesFile::GetSelected() const {

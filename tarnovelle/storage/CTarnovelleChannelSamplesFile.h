@@ -77,6 +77,12 @@ public:
     ETarnovelleErrors Open();
     // Writes what changed and lets the file go.
     ETarnovelleErrors Close();
+    // True when the file's size and modification time are still those of the
+    // last read, and no write cycle is under way: a new read would give the
+    // same list. A read of a file modified less than two seconds before it
+    // (by the clock service) vouches for nothing, since a coarse file-system
+    // clock may hide a change made within the same tick.
+    bool IsUnchangedSinceRead() const;
     // Reads the file again if it can be opened; a failed open changes nothing,
     // but is given up only after the open's retries (a missing file, or one
     // this very object holds, costs about two and a half minutes). The read's
@@ -126,4 +132,7 @@ protected:
     // known (-1); every change of the list makes it unknown again. The
     // channel looks blocks up by binary search where they ascend.
     mutable int8_t m_nEndsAscending = -1;
+    // The file's size and modification time (ns) at the last read; 0: unknown.
+    uint64_t m_nReadLength = 0;
+    int64_t m_nReadModified = 0;
 };

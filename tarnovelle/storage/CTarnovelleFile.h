@@ -46,6 +46,7 @@ public:
     // holds the file no writer of the library changes it. 64 bits, so that a
     // claim of a block can be compared with it without wrapping.
     uint64_t GetLengthAtOpen() const { return m_File.GetLengthAtOpen(); }
+    int64_t GetModifiedAtOpen() const { return m_File.GetModifiedAtOpen(); }
     virtual int GetStatus(STNFileStatus& status);
     // Nonzero when open; zero after the time-out, with the thread's last-error
     // value set (110 where nothing else was recorded).

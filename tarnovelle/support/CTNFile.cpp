@@ -191,6 +191,7 @@ bool CTNFile::Open(const char* path, uint32_t flags, CFileException* error) {
         return false;
     }
     uint64_t length = static_cast<uint64_t>(opened.st_size);
+    m_nModifiedAtOpen = static_cast<int64_t>(opened.st_mtim.tv_sec) * 1000000000LL + opened.st_mtim.tv_nsec;
     if ((flags & modeCreate) && !(flags & modeNoTruncate) && ftruncate(fd, 0) != 0) {
         const int err = errno;
         close(fd);

@@ -81,6 +81,9 @@ public:
     // The file's size when the open took its lock; no call to the system.
     // Under a share lock that keeps writers out it is the size still.
     uint64_t GetLengthAtOpen() const { return m_nLengthAtOpen; }
+    // Its last modification when the open took its lock, in nanoseconds since
+    // 1970, as STNFileStatus::m_mtime gives it.
+    int64_t GetModifiedAtOpen() const { return m_nModifiedAtOpen; }
 
     uint32_t GetHandle() const { return m_hFile; }
     bool IsOpen() const { return m_hFile != hFileNull; }
@@ -100,5 +103,6 @@ private:
     uint32_t m_hFile = hFileNull;
     uint32_t m_nOpenFlags = 0;
     uint64_t m_nLengthAtOpen = 0;
+    int64_t m_nModifiedAtOpen = 0;
     std::string m_strFileName;
 };
