@@ -86,8 +86,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     try {
         CTarnovelleChannel channel;
         if (channel.Init(base + ".Sam") != TNE_OK) return 0;
+        // Every block read opens the data file a dozen times: a long list is
+        // sampled at its start and its end (and one index past it), so that
+        // every input stays fast.
         const int32_t blocks = channel.GetBlockCount();
-        for (int32_t block = 0; block <= blocks; ++block) ReadBlock(channel, block);
+        for (int32_t block = 0; block <= blocks; ++block) {
+            if (block == 64 && blocks > 128) block = blocks - 64;
+            ReadBlock(channel, block);
+        }
         CTNUTCTimeStamp from = CTNUTCTimeStamp::InvalidTS();
         CTNUTCTimeStamp to = CTNUTCTimeStamp::InvalidTS();
         channel.GetTimeRange(from, to);

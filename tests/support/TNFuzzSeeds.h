@@ -10,7 +10,7 @@
 //     XML target (a ConfData.Inf of any version too).
 // Inputs go to <seeds>/channel, <seeds>/confdata and <seeds>/xml, named by a
 // hash of their bytes, so a file written by many tests is kept once. Files
-// above 256 KiB are passed over: seeds should be small.
+// above 64 KiB are passed over: seeds should be small.
 #pragma once
 
 #include <cstdint>
