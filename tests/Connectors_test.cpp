@@ -450,3 +450,61 @@ TEST(ConnectorRefresh, AFreshlyWrittenFileIsReadAgainWhateverItsStamp) {
     // Read within two seconds of its last change, by the real clock.
     EXPECT_FALSE(channel.IsUnchangedSinceRead());
 }
+
+TEST_F(ConnectorTest, RefreshDropsAsManyPointsFromTheFrontAsFailedAndFindsThemAgain) {
+    CTarnovelleArchiveFolder* f2 = AddFolder("TNArch02");
+    SetFirstEntry(m_f1->GetPath(), 100, "one");
+    SetFirstEntry(f2->GetPath(), 200, "two");
+    m_archive.ClearMeasuringPointArray();
+    CTarnovelleMeasuringPointConnector& connector = Connector();
+    const std::vector<CTarnovelleMeasuringPoint*> before = connector.GetMeasuringPoints();
+    ASSERT_EQ(before.size(), 2u);
+    ASSERT_EQ(before[1]->GetRootPath(), f2->GetPath());
+    // The second point's file goes: its refresh fails, and the first point
+    // is the one dropped.
+    std::filesystem::remove(f2->GetPath() + "/" + GuidToString(kPoint) + "/ConfData.Inf");
+    EXPECT_EQ(connector.Refresh(), TNE_OK);
+    const std::vector<CTarnovelleMeasuringPoint*> after = connector.GetMeasuringPoints();
+    ASSERT_EQ(after.size(), 2u);
+    EXPECT_EQ(after[0], before[1]);
+    EXPECT_EQ(after[1]->GetRootPath(), m_f1->GetPath());
+    std::string name;
+    ASSERT_EQ(after[1]->GetParameterSet(At(150)).GetParameter("MeasuringPointName", name), TNE_OK);
+    EXPECT_EQ(name, "one");
+}
+
+TEST_F(ConnectorTest, IsEmptyAsksEveryChannelAndFailsForAnUnknownOne) {
+    WriteMeans(m_f1->GetPath(), kMean, 1000, 10);
+    WriteBinary(m_f1->GetPath(), 5000, {1});
+    CTarnovelleMeasuringPointConnector& connector = Connector();
+    int32_t empty = -1;
+    ASSERT_EQ(connector.IsEmpty(At(1005), At(1006), empty), TNE_OK);
+    EXPECT_EQ(empty, 0);
+    ASSERT_EQ(connector.IsEmpty(At(2000), At(3000), empty), TNE_OK);
+    EXPECT_EQ(empty, 1);
+    ASSERT_EQ(connector.IsEmpty(kBinary, At(1005), At(1006), empty), TNE_OK);
+    EXPECT_EQ(empty, 1);
+    EXPECT_EQ(connector.IsEmpty(kSecondMean, At(0), At(1), empty), TNE_FAILED);
+}
+
+TEST_F(ConnectorTest, LocalTimeIsTheMachinesAndInvalidWithoutAPoint) {
+    CTarnovelleMeasuringPointConnector& connector = Connector();
+    EXPECT_TRUE(connector.GetLocalDateTime(At(1000)).IsInvalidTS());
+    SetFirstEntry(m_f1->GetPath(), 100);
+    m_archive.ClearMeasuringPointArray();
+    const CTNLocalTimeStamp local = Connector().GetLocalDateTime(At(1000000));
+    const CTNLocalTimeStamp expected = At(1000000).ToLocalTime(CTNTimeZoneInformation("localtime"));
+    EXPECT_EQ(local.Format("%Y-%m-%d %H:%M:%S"), expected.Format("%Y-%m-%d %H:%M:%S"));
+}
+
+TEST_F(ConnectorTest, TheArchiveKeepsOnePointPerGuidAndFolder) {
+    CTarnovelleMeasuringPoint* made = m_archive.CreateMeasuringPoint(kPoint, m_f1->GetPath());
+    EXPECT_EQ(m_archive.CreateMeasuringPoint(kPoint, m_f1->GetPath()), made);
+    EXPECT_EQ(m_archive.GetMeasuringPoint(kPoint, m_f1->GetPath()), made);
+    ASSERT_EQ(m_archive.GetArrayOfMeasuringPointConnectors().size(), 1u);
+    m_archive.InsertMeasuringPoints(kPoint);
+    EXPECT_EQ(m_archive.GetArrayOfMeasuringPointConnectors().size(), 1u);
+    EXPECT_EQ(Connector().GetActiveMeasuringPoint(), made);
+    m_archive.ClearMeasuringPointArray();
+    EXPECT_TRUE(m_archive.GetArrayOfMeasuringPointConnectors().empty());
+}
