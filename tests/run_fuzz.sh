@@ -10,7 +10,7 @@ jobs=$(nproc)
 
 cmake -S . -B build-fuzz -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTARNOVELLE_FUZZ=ON \
       -DTARNOVELLE_BUILD_TESTS=OFF -DTARNOVELLE_BUILD_BENCH=OFF -DTARNOVELLE_BUILD_EXAMPLES=OFF >/dev/null
-cmake --build build-fuzz -j"$jobs" --target ChannelFiles_fuzz XmlDocument_fuzz ConfDataFile_fuzz
+cmake --build build-fuzz -j"$jobs" --target ChannelFiles_fuzz XmlDocument_fuzz ConfDataFile_fuzz ProjectFile_fuzz
 
 # The library's module writes its ini and log files: below the build tree,
 # never in the user's own settings.
@@ -30,4 +30,5 @@ run() {
 run ChannelFiles_fuzz channel "$runs"
 run XmlDocument_fuzz xml "$((runs * 5))"
 run ConfDataFile_fuzz confdata "$runs"
-echo "fuzz: $runs channel inputs, $((runs * 5)) XML documents and $runs measuring-point files, no failure"
+run ProjectFile_fuzz project "$runs"
+echo "fuzz: $runs channel inputs, $((runs * 5)) XML documents, $runs measuring-point files and $runs project files, no failure"

@@ -34,6 +34,7 @@ CTarnovelleArchive::CTarnovelleArchive() = default;
 CTarnovelleArchive::~CTarnovelleArchive() {
     ClearMeasuringPointArray();
     for (CTarnovelleArchiveFolder* folder : m_arrArchiveFolders) delete folder;
+    for (CTarnovelleArchiveFolder* folder : m_arrRetiredFolders) delete folder;
 }
 
 ETarnovelleErrors CTarnovelleArchive::Init(const std::string& file) {
@@ -56,9 +57,6 @@ void CTarnovelleArchive::SetArchiveFileName(const char* file) {
     m_strLockFileName = WithExtension(m_strArchiveFileName, ".Lock");
 }
 
-ETarnovelleErrors CTarnovelleArchive::UpdateArchiveFolders() { return TNE_FILE_NOT_PARSED; }
-
-void CTarnovelleArchive::InsertAllMeasuringPoints() {}
 
 // ---------------------------------------------------------------- folders
 

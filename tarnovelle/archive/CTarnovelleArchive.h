@@ -4,6 +4,20 @@
 // archive; Init on a path whose file does not exist gives a new archive with
 // nothing written. The destructor never saves. An archive is used by one
 // thread at a time.
+//
+// The project file is an XML document: a root "CTarnovelleArchive" with
+// "Version" ("1" written, "0" read too; any other version is read as an
+// archive without folders), "Name" and "RoundTripArchive" ("true"/"false",
+// read case-blind), and one "Archive" element per folder. Other processes'
+// changes are followed by the file's status (creation time, modification
+// time, size): UpdateArchiveFolders parses only a file whose status changed,
+// and takes the new status before parsing, so a damaged file gives
+// TNE_FILE_NOT_PARSED once and is not parsed again until it changes. The file
+// is held open for reading while it is parsed, so a writer can't replace it
+// halfway. Re-reading while refreshing keeps every folder object alive: a
+// folder gone from the file stays, and a folder read again is assigned into
+// its old object. Save writes the file in place, formatted, and reads its
+// status back, so its own save is not seen as a change.
 #pragma once
 
 #include <cstdint>
@@ -12,6 +26,9 @@
 
 #include "tarnovelle/archive/CTarnovelleArchiveFolder.h"
 #include "tarnovelle/measuring/CTNConnectorOwner.h"
+#include "tarnovelle/support/CArchive.h"
+#include "tarnovelle/support/EV_XMLDOMDocument.h"
+#include "tarnovelle/support/EV_XMLDOMNode.h"
 #include "tarnovelle/measuring/CTarnovelleMeasuringPoint.h"
 #include "tarnovelle/measuring/CTarnovelleMeasuringPointConnector.h"
 #include "tarnovelle/storage/CTarnovelleFile.h"
@@ -25,8 +42,43 @@ class TNVL_EXPORT CTarnovelleArchive : public CTNConnectorOwner {
 public:
     CTarnovelleArchive();
     ~CTarnovelleArchive() override;
-    CTarnovelleArchive(const CTarnovelleArchive&) = delete;
+    // A copy by CopyContents: folders deep, no measuring points.
+    CTarnovelleArchive(const CTarnovelleArchive& other);
     CTarnovelleArchive& operator=(const CTarnovelleArchive&) = delete;
+
+    // ---- the project file
+
+    // Flags, paths, name, notification and file status of `other`, and deep
+    // copies of its folders (holes kept) owned by this archive; measuring
+    // points and connectors are not copied.
+    void CopyContents(const CTarnovelleArchive& other);
+    // Not storing: `file` becomes the project path and is opened (Init).
+    // Storing: Save, `file` unused.
+    void Serialize(int32_t storing, const char* file);
+    // The stream holds only the project path.
+    void Serialize(CArchive& archive);
+    // Writes the project file (nothing without a path): relative folder
+    // paths on the first save, a default folder "TNArch01" when there is
+    // none. Failures are not reported; the modified flag is cleared.
+    void Save();
+    void SaveAs(const std::string& file);
+    // Drops everything, sets the modified flag, leaves ring mode and saves
+    // under the current path; `name` is not used.
+    void Reset(const std::string& name);
+    // Deletes the folders, connectors and measuring points in memory.
+    void Clear();
+    // Follows other processes' changes under read locks on all folders;
+    // without the locks nothing happens.
+    void Refresh();
+    // Re-reads the project file if its status changed. TNE_FILE_NOT_OPENED
+    // when it can't be opened twice, TNE_FILE_NOT_PARSED when it doesn't
+    // parse (the folders in memory stay).
+    ETarnovelleErrors UpdateArchiveFolders();
+    // The folders of a root element; always TNE_OK.
+    ETarnovelleErrors ReadArchives(CEV_XMLDOMNode& root);
+    void SaveArchives(CEV_XMLDOMDocument& document, CEV_XMLDOMNode& root);
+    // A connector for every GUID-named directory of every folder.
+    void InsertAllMeasuringPoints();
 
     // Opens a project: the extension of `file` is forced to ".TNArch", the
     // lock path gets ".Lock", the name is the file's stem.
@@ -113,12 +165,9 @@ public:
     bool GetActiveFolderPath(std::string& path) override;
 
 private:
-    // Reads the folder list of the project file. Reading existing project
-    // files arrives with the project-file support; until then an existing
-    // file is reported as not parsed rather than silently ignored.
-    ETarnovelleErrors UpdateArchiveFolders();
-    // Scans the folders for measuring points (arrives with the folders).
-    void InsertAllMeasuringPoints();
+    // Puts `folder` at its number's slot; an object standing there is kept
+    // alive (others may point at it) among the retired ones.
+    void PlaceFolder(CTarnovelleArchiveFolder* folder);
 
     bool m_bStopArchiving = false;
     int32_t m_nBytesSinceCheck = 0;
@@ -137,4 +186,7 @@ private:
     std::vector<CTarnovelleArchiveFolder*> m_arrArchiveFolders;
     std::vector<CTarnovelleArchiveFolder*> m_arrOrderedFolders;
     std::vector<CTarnovelleMeasuringPointConnector*> m_arrConnectors;
+    // Folder objects a re-read put out of the array, which pointers held
+    // elsewhere may still name; deleted with the archive.
+    std::vector<CTarnovelleArchiveFolder*> m_arrRetiredFolders;
 };

@@ -3,11 +3,15 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+
+#include <filesystem>
 #include <typeinfo>
 
 #include "tarnovelle/interfaces/ITNVLReader.h"
 #include "tarnovelle/interfaces/ITNVLWriter.h"
 #include "tests/support/TNLogCapture.h"
+#include "tarnovelle/support/CTNMessageBox.h"
+#include "tarnovelle/support/TNGuid.h"
 #include "tests/support/TNTestDir.h"
 
 namespace {
@@ -78,12 +82,34 @@ TEST(InstanceFrame, ATarnovelleExceptionUnderInitInstanceGives6AndALogEntry) {
     ITNVLMDestroyInstance(h);
 }
 
-TEST(InstanceFrame, AnExistingProjectFileIsNotYetReadable) {
+TEST(InstanceFrame, AnExistingProjectIsOpenedWithItsFoldersAndMeasuringPoints) {
     TNTestDir dir;
-    dir.WriteFile("p.TNArch", "<Archive/>");
+    {
+        CTarnovelleArchive writer;
+        writer.Init(dir / "p.TNArch");
+        writer.Save();
+    }
+    const GUID point = {0x12345678, 0x9ABC, 0xDEF0, {1, 2, 3, 4, 5, 6, 7, 8}};
+    std::filesystem::create_directories(dir / ("TNArch01/" + GuidToString(point)));
+    CTarnovelleArchive* h = ITNVLMCreateInstance();
+    EXPECT_EQ(ITNVLMInitInstance(h, (dir / "p.TNArch").c_str()), TNE_OK);
+    ASSERT_EQ(h->GetArchiveFolders().size(), 2u);
+    EXPECT_EQ(h->GetArchiveFolders()[1]->GetPath(), dir / "TNArch01");
+    ASSERT_EQ(h->GetArrayOfMeasuringPointConnectors().size(), 1u);
+    EXPECT_EQ(h->GetArrayOfMeasuringPointConnectors()[0]->GetGUID(), point);
+    ITNVLMDestroyInstance(h);
+}
+
+TEST(InstanceFrame, AProjectFileThatDoesNotParseGivesNotParsed) {
+    TNTestDir dir;
+    dir.WriteFile("p.TNArch", "<CTarnovelleArchive Version=\"1\"><Archive");
+    std::vector<std::string> messages;
+    CTNMessageBox::RerouteMessageBoxToLogArray(&messages);
     CTarnovelleArchive* h = ITNVLMCreateInstance();
     EXPECT_EQ(ITNVLMInitInstance(h, (dir / "p.TNArch").c_str()), TNE_FILE_NOT_PARSED);
     ITNVLMDestroyInstance(h);
+    CTNMessageBox::RerouteMessageBoxToLogArray(nullptr);
+    EXPECT_FALSE(messages.empty());
 }
 
 TEST(InstanceFrame, SetArchiveFilePathKeepsTheExtensionAndTheName) {

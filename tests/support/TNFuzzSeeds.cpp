@@ -76,6 +76,7 @@ void TNHarvestFuzzSeeds(const std::string& directory) {
             // Every version of the file opens with an XML-like tag, so it
             // feeds the XML target too.
             if (IsConfData(path)) Keep(root / "confdata", bytes);
+            if (path.extension() == ".TNArch") Keep(root / "project", bytes);
             if (LooksLikeXml(bytes)) Keep(root / "xml", bytes);
         }
     } catch (...) {

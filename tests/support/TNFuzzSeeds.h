@@ -6,9 +6,11 @@
 //     little-endian, the samples file, then the data file;
 //   - each file named "ConfData.Inf" (in any case) becomes one input of the
 //     measuring-point file target;
+//   - each project file ("*.TNArch") becomes one input of the project target;
 //   - each file whose first non-blank byte is '<' becomes one input of the
-//     XML target (a ConfData.Inf of any version too).
-// Inputs go to <seeds>/channel, <seeds>/confdata and <seeds>/xml, named by a
+//     XML target (a ConfData.Inf of any version and a project file too).
+// Inputs go to <seeds>/channel, <seeds>/confdata, <seeds>/project and
+// <seeds>/xml, named by a
 // hash of their bytes, so a file written by many tests is kept once. Files
 // above 64 KiB are passed over: seeds should be small.
 #pragma once
