@@ -8,6 +8,12 @@
 // instead of taking the machine down.
 #include <gtest/gtest.h>
 
+// The replaced global operators below pair malloc with free themselves; the
+// compiler, seeing new and free, can't know that.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
+#endif
+
 #include <algorithm>
 #include <atomic>
 #include <chrono>

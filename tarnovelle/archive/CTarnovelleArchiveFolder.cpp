@@ -1,4 +1,5 @@
 #include "tarnovelle/archive/CTarnovelleArchiveFolder.h"
+#include "tarnovelle/support/TNText.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -43,11 +44,6 @@ bool ReadInt(const EV_XMLDOMNode& element, const char* name, int& value) {
     std::string text;
     if (element.GetAttribute(name, text) != 0) return false;
     return std::sscanf(text.c_str(), "%d", &value) == 1;
-}
-
-std::string Upper(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::toupper(c); });
-    return text;
 }
 
 // Closes a lock file and deletes it; neither failure matters to the caller,
@@ -96,7 +92,7 @@ CTarnovelleArchiveFolder::CTarnovelleArchiveFolder(CTarnovelleArchive* archive, 
     }
     int value = 0;
     if (ReadInt(element, "Number", value)) Number = value;
-    if (element.GetAttribute("Active", text) == 0) Active = Upper(text) == "TRUE";
+    if (element.GetAttribute("Active", text) == 0) Active = TNToUpper(text) == "TRUE";
     if (version >= 1.0) {
         if (ReadInt(element, "ArchiveMode", value)) ArchiveMode = static_cast<TNARCHIVE_MODE>(value);
         if (ReadInt(element, "RemainingMegaBytes", value)) RemainingMegaBytes = static_cast<uint32_t>(value);

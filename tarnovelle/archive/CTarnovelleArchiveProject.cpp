@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "tarnovelle/archive/CTarnovelleArchive.h"
+#include "tarnovelle/support/TNText.h"
 #include "tarnovelle/support/CException.h"
 #include "tarnovelle/support/CTNClock.h"
 #include "tarnovelle/support/TNGuid.h"
@@ -21,11 +22,7 @@ constexpr uint32_t kRetrySleep = 500;
 
 std::vector<EV_XMLDOMNode> ChildrenOf(const EV_XMLDOMNode& node) {
     std::vector<EV_XMLDOMNode> children;
-    EV_XMLDOMNode child = node;
-    if (child.MoveToFirstChild() != S_OK) return children;
-    do {
-        children.push_back(child);
-    } while (child.MoveToNextSibling() == S_OK);
+    node.GetChildren(children);
     return children;
 }
 
@@ -33,11 +30,6 @@ std::string NameOf(const EV_XMLDOMNode& node) {
     std::string name;
     node.GetName(name);
     return name;
-}
-
-std::string Lower(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
-    return text;
 }
 
 bool SameStatus(const STNFileStatus& a, const STNFileStatus& b) {
@@ -200,7 +192,7 @@ ETarnovelleErrors CTarnovelleArchive::UpdateArchiveFolders() {
         } else if (version == "1") {
             std::string roundTrip;
             root.GetAttribute("RoundTripArchive", roundTrip);
-            m_bRoundTripArchive = Lower(roundTrip) == "true";
+            m_bRoundTripArchive = TNToLower(roundTrip) == "true";
             ReadArchives(root);
         }
     }

@@ -1,4 +1,5 @@
 #include "tarnovelle/measuring/CTarnovelleChannelConnector.h"
+#include "tarnovelle/support/TNText.h"
 
 #include <algorithm>
 #include <cctype>
@@ -9,11 +10,6 @@
 #include "tarnovelle/support/TNGuid.h"
 
 namespace {
-
-std::string Upper(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::toupper(c); });
-    return text;
-}
 
 bool StartsWith(const std::string& text, const std::string& prefix) { return text.compare(0, prefix.size(), prefix) == 0; }
 
@@ -99,9 +95,9 @@ void CTarnovelleChannelConnector::FillChannelArray(const TNFolderPaths& folders,
 }
 
 void CTarnovelleChannelConnector::RemoveArchiveFolderObjects(const std::string& path) {
-    const std::string folder = Upper(path);
+    const std::string folder = TNToUpper(path);
     for (size_t index = 0; index < Channels.size(); ++index) {
-        if (!StartsWith(Upper(Channels[index]->GetMeasuringPointPath()), folder)) continue;
+        if (!StartsWith(TNToUpper(Channels[index]->GetMeasuringPointPath()), folder)) continue;
         CTarnovelleChannel* channel = Channels[index];
         Channels.erase(Channels.begin() + static_cast<std::ptrdiff_t>(index));
         ChannelsByPath.clear();
@@ -112,9 +108,9 @@ void CTarnovelleChannelConnector::RemoveArchiveFolderObjects(const std::string& 
 }
 
 CTarnovelleChannel* CTarnovelleChannelConnector::GetChannel(const std::string& folderPath) {
-    const std::string folder = Upper(folderPath);
+    const std::string folder = TNToUpper(folderPath);
     for (CTarnovelleChannel* channel : Channels) {
-        if (StartsWith(Upper(channel->GetMeasuringPointPath()), folder)) return channel;
+        if (StartsWith(TNToUpper(channel->GetMeasuringPointPath()), folder)) return channel;
     }
     return nullptr;
 }
@@ -123,12 +119,12 @@ CTarnovelleChannel* CTarnovelleChannelConnector::GetActiveChannel() {
     CTNConnectorOwner* archive = MeasuringPointConnector.GetArchive();
     std::string active;
     if (!archive || !archive->GetActiveFolderPath(active)) return nullptr;
-    const std::string key = Upper(active);
+    const std::string key = TNToUpper(active);
     if (ChannelsByPath.size() != Channels.size()) {
         ChannelsByPath.clear();
         for (CTarnovelleChannel* channel : Channels) {
             const std::string& directory = channel->GetMeasuringPointPath();
-            ChannelsByPath[Upper(directory.substr(0, directory.find_last_of('/')))] = channel;
+            ChannelsByPath[TNToUpper(directory.substr(0, directory.find_last_of('/')))] = channel;
         }
     }
     const auto found = ChannelsByPath.find(key);

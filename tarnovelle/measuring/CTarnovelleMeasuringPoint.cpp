@@ -145,16 +145,9 @@ int CTarnovelleMeasuringPoint::IsEqual(const ChannelMap::StringMap& a, const Cha
 
 void CTarnovelleMeasuringPoint::GetLastTimeStampFromChannels(CTNUTCTimeStamp& time) {
     const std::string directory = RootPath + "/" + GuidToString(GUID);
-    std::vector<std::string> files;
-    ListFiles(directory, files, "*.sam", false);
-    for (const std::string& file : files) {
-        std::string name = file.substr(std::min(file.size(), directory.size() + 1));
-        std::transform(name.begin(), name.end(), name.begin(), [](unsigned char c) { return std::tolower(c); });
-        unsigned long number = 0;
-        if (std::sscanf(name.c_str(), "%08lx.sam", &number) != 1) continue;
+    for (const uint32_t number : CTarnovelleChannel::ListChannelNumbers(directory)) {
         CTarnovelleChannel channel;
-        if (channel.Init(RootPath, GUID, SChannelID(static_cast<uint32_t>(number)), "", 0, 0, 0, 0) != TNE_OK)
-            continue;
+        if (channel.Init(RootPath, GUID, SChannelID(number), "", 0, 0, 0, 0) != TNE_OK) continue;
         const int32_t blocks = channel.GetBlockCount();
         const CTNUTCTimeStamp end =
             blocks > 0 ? channel.GetEndTime(blocks - 1) : CTNUTCTimeStamp::CreateUTCTimeStamp1970();

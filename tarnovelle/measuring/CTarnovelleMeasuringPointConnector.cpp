@@ -1,4 +1,5 @@
 #include "tarnovelle/measuring/CTarnovelleMeasuringPointConnector.h"
+#include "tarnovelle/support/TNText.h"
 
 #include <algorithm>
 #include <cctype>
@@ -10,11 +11,6 @@
 #include "tarnovelle/values/STarnovelleTimeStampInMsec.h"
 
 namespace {
-
-std::string Upper(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::toupper(c); });
-    return text;
-}
 
 }  // namespace
 
@@ -144,14 +140,8 @@ void CTarnovelleMeasuringPointConnector::FillChannelConnectorArray(bool refresh)
         for (const std::optional<std::string>& folder : folders) {
             if (!folder) continue;
             const std::string directory = *folder + "/" + GuidToString(m_GUID);
-            std::vector<std::string> files;
-            ListFiles(directory, files, "*.sam", false);
-            for (const std::string& file : files) {
-                std::string lower = file.substr(std::min(file.size(), directory.size() + 1));
-                std::transform(lower.begin(), lower.end(), lower.begin(), [](unsigned char c) { return std::tolower(c); });
-                unsigned long number = 0;
-                if (std::sscanf(lower.c_str(), "%08lx.sam", &number) != 1) continue;
-                const SChannelID id(static_cast<uint32_t>(number));
+            for (const uint32_t number : CTarnovelleChannel::ListChannelNumbers(directory)) {
+                const SChannelID id(number);
                 if (Find(id)) continue;
                 auto connector = std::make_unique<CTarnovelleChannelConnector>(*this);
                 if (refresh) connector->Refresh(m_GUID, id, folders);
@@ -218,10 +208,10 @@ void CTarnovelleMeasuringPointConnector::RemoveArchiveFolderObjects(const std::s
         for (CTarnovelleChannelConnector* connector : *ChannelConnectors) connector->RemoveArchiveFolderObjects(path);
     }
     if (!MeasuringPoints) return;
-    const std::string folder = Upper(path);
+    const std::string folder = TNToUpper(path);
     for (size_t index = 0; index < MeasuringPoints->size(); ++index) {
         CTarnovelleMeasuringPoint* point = (*MeasuringPoints)[index];
-        if (Upper(point->GetRootPath()) != folder) continue;
+        if (TNToUpper(point->GetRootPath()) != folder) continue;
         MeasuringPoints->erase(MeasuringPoints->begin() + static_cast<std::ptrdiff_t>(index));
         if (Archive) Archive->DeleteMeasuringPoint(point);
         // The walk goes on at the next index: one point per folder.

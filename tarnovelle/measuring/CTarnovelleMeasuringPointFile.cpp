@@ -61,11 +61,7 @@ void CloseQuietly(CTarnovelleFile& file) {
 // The children of `node` in document order.
 std::vector<EV_XMLDOMNode> ChildrenOf(const EV_XMLDOMNode& node) {
     std::vector<EV_XMLDOMNode> children;
-    EV_XMLDOMNode child = node;
-    if (child.MoveToFirstChild() != S_OK) return children;
-    do {
-        children.push_back(child);
-    } while (child.MoveToNextSibling() == S_OK);
+    node.GetChildren(children);
     return children;
 }
 

@@ -13,6 +13,7 @@
 #include "tarnovelle/support/CFileException.h"
 #include "tarnovelle/support/TNGuid.h"
 #include "tarnovelle/support/TNPath.h"
+#include "tarnovelle/support/TNText.h"
 #include "tarnovelle/values/STarnovelleTimeStampInMsec.h"
 
 namespace {
@@ -548,6 +549,18 @@ ETarnovelleErrors CTarnovelleChannel::GetTimeRange(CTNUTCTimeStamp& from, CTNUTC
     const CTNUTCTimeStamp end = GetEndTime(count - 1);
     if (to.IsInvalidTS() || to < end) to = end;
     return TNE_OK;
+}
+
+std::vector<uint32_t> CTarnovelleChannel::ListChannelNumbers(const std::string& directory) {
+    std::vector<std::string> files;
+    ListFiles(directory, files, "*.sam", false);
+    std::vector<uint32_t> numbers;
+    for (const std::string& file : files) {
+        const std::string name = TNToLower(file.substr(std::min(file.size(), directory.size() + 1)));
+        unsigned long number = 0;
+        if (std::sscanf(name.c_str(), "%08lx.sam", &number) == 1) numbers.push_back(static_cast<uint32_t>(number));
+    }
+    return numbers;
 }
 
 int32_t CTarnovelleChannel::FindFirstBlockEndingFrom(const CTNUTCTimeStamp& time) const {

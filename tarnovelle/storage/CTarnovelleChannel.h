@@ -60,6 +60,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "tarnovelle/storage/CTarnovelleChannelDataFile.h"
 #include "tarnovelle/storage/CTarnovelleChannelSamplesFile.h"
@@ -170,6 +171,12 @@ public:
     ETarnovelleErrors UpdateArray(int32_t index, const SBinary_WORD* values);
     ETarnovelleErrors UpdateArray(int32_t index, const SBinary_DWORD* values);
     ETarnovelleErrors UpdateArray(int32_t index, const SBinary_Text* values);
+
+    // The channel numbers of the "*.sam" files directly in a measuring
+    // point's `directory`, in the order the directory gives them: each name
+    // lower-cased and scanned as "%08lx.sam"; a name that doesn't scan is
+    // passed over.
+    static std::vector<uint32_t> ListChannelNumbers(const std::string& directory);
 
     // ---- Ranges.
 

@@ -211,6 +211,16 @@ HRESULT EV_XMLDOMNode::GetChild(int32_t index, EV_XMLDOMNode& child) const {
     });
 }
 
+HRESULT EV_XMLDOMNode::GetChildren(std::vector<EV_XMLDOMNode>& children) const {
+    if (!m_pNode) return E_FAIL;
+    EV_XMLDOMNode child = *this;
+    if (child.MoveToFirstChild() != S_OK) return S_OK;
+    do {
+        children.push_back(child);
+    } while (child.MoveToNextSibling() == S_OK);
+    return S_OK;
+}
+
 HRESULT EV_XMLDOMNode::GetAttributeCount(int32_t& count) const {
     if (!m_pNode || !tnxml::HasAttributes(m_pNode->node)) return E_FAIL;
     int32_t n = 0;

@@ -74,6 +74,10 @@ public:
 
     HRESULT GetChildCount(int32_t& count) const;
     HRESULT GetChild(int32_t index, EV_XMLDOMNode& child) const;
+    // Appends every child in document order, in one walk along the siblings
+    // (a GetChild per index would walk from the first child every time).
+    // E_FAIL without a node.
+    HRESULT GetChildren(std::vector<EV_XMLDOMNode>& children) const;
 
     HRESULT GetAttributeCount(int32_t& count) const;
     HRESULT GetAttributeName(int32_t index, std::string& name) const;

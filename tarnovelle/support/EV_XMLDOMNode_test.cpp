@@ -619,3 +619,24 @@ TEST(XmlDeepTree, NodeOperationsOnATreeAHundredThousandLevelsDeepRunOnASmallStac
         // The documents, with the chains they still hold, go here too.
     });
 }
+
+TEST(XmlChildren, AllChildrenComeInDocumentOrder) {
+    EV_XMLDOMDocument doc;
+    const std::string text = "<r><a/>text<b><c/></b><d/></r>";
+    ASSERT_EQ(doc.LoadInMemory(std::vector<uint8_t>(text.begin(), text.end())), S_OK);
+    EV_XMLDOMNode root;
+    ASSERT_EQ(doc.FindFirstNode("r", root), S_OK);
+    std::vector<EV_XMLDOMNode> children;
+    ASSERT_EQ(root.GetChildren(children), S_OK);
+    std::vector<std::string> names;
+    for (const EV_XMLDOMNode& child : children) {
+        std::string name;
+        child.GetName(name);
+        names.push_back(name);
+    }
+    EXPECT_EQ(names, (std::vector<std::string>{"a", "#text", "b", "d"}));
+    std::vector<EV_XMLDOMNode> none;
+    ASSERT_EQ(children[0].GetChildren(none), S_OK);
+    EXPECT_TRUE(none.empty());
+    EXPECT_EQ(EV_XMLDOMNode().GetChildren(none), E_FAIL);
+}
