@@ -20,6 +20,7 @@
 #include "tarnovelle/support/EV_XMLDOMNode.h"
 #include "tarnovelle/support/TNDrive.h"
 #include "tarnovelle/support/TNGuid.h"
+#include "tarnovelle/support/TNModuleSettings.h"
 #include "tarnovelle/values/CTarnovelleTextManager.h"
 #include "tests/support/TNTestDir.h"
 
@@ -568,3 +569,38 @@ TEST_F(ArchiveFolderTest, OnlyAnEmptyInactiveFolderCanBeRemoved) {
 }
 
 }  // namespace
+
+namespace {
+int32_t g_perDevice = 0;
+bool PerDeviceSetting(const std::string& key, int32_t& value) {
+    if (key != "MininumArchiveSizePerDevice") return false;
+    value = g_perDevice;
+    return true;
+}
+}  // namespace
+
+TEST_F(ArchiveFolderTest, TheReserveGrowsWithTheMeasuringPointsAndTheSettingPerDevice) {
+    CTarnovelleArchive archive;
+    CTarnovelleArchiveFolder folder(&archive, m_dir.Path(), 1);
+    folder.SetActive(true);
+    folder.SetMode(TNARCHIVE_MODE_REMAINING, 0);
+    const uint64_t freeMegaBytes = GetDiskFreeSpace(m_dir.Path()) / 1024 / 1024;
+    ASSERT_GT(freeMegaBytes, 100u);
+    ASSERT_LT(freeMegaBytes, 1000000000u);
+    const TNModuleSettingFunction module = TNSetModuleSettings(&PerDeviceSetting);
+    // The reserve is half the points times the setting, in megabytes: with
+    // 1.5 times the free space per point, one point leaves room, two don't.
+    g_perDevice = static_cast<int32_t>(freeMegaBytes * 3 / 2);
+    EXPECT_FALSE(folder.IsFull());  // no measuring point yet: no reserve
+    archive.InsertMeasuringPoints(kPoint);
+    EXPECT_FALSE(folder.IsFull());
+    archive.InsertMeasuringPoints(kOther);
+    EXPECT_TRUE(folder.IsFull());
+    g_perDevice = 1;
+    EXPECT_FALSE(folder.IsFull());
+    // Without the module's settings there is no reserve at all.
+    TNSetModuleSettings(nullptr);
+    g_perDevice = static_cast<int32_t>(freeMegaBytes * 3 / 2);
+    EXPECT_FALSE(folder.IsFull());
+    TNSetModuleSettings(module);
+}
