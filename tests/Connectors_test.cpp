@@ -501,9 +501,10 @@ TEST_F(ConnectorTest, TheArchiveKeepsOnePointPerGuidAndFolder) {
     CTarnovelleMeasuringPoint* made = m_archive.CreateMeasuringPoint(kPoint, m_f1->GetPath());
     EXPECT_EQ(m_archive.CreateMeasuringPoint(kPoint, m_f1->GetPath()), made);
     EXPECT_EQ(m_archive.GetMeasuringPoint(kPoint, m_f1->GetPath()), made);
-    ASSERT_EQ(m_archive.GetArrayOfMeasuringPointConnectors().size(), 1u);
+    // Its connector, and the status point's that the new folder's line made.
+    ASSERT_EQ(m_archive.GetArrayOfMeasuringPointConnectors().size(), 2u);
     m_archive.InsertMeasuringPoints(kPoint);
-    EXPECT_EQ(m_archive.GetArrayOfMeasuringPointConnectors().size(), 1u);
+    EXPECT_EQ(m_archive.GetArrayOfMeasuringPointConnectors().size(), 2u);
     EXPECT_EQ(Connector().GetActiveMeasuringPoint(), made);
     m_archive.ClearMeasuringPointArray();
     EXPECT_TRUE(m_archive.GetArrayOfMeasuringPointConnectors().empty());

@@ -71,8 +71,7 @@ CTarnovelleArchiveFolder* CTarnovelleArchive::AddArchive(const std::string& path
     folder->SetMode(mode, size);
     if (m_arrArchiveFolders.size() <= number) m_arrArchiveFolders.resize(number + 1, nullptr);
     m_arrArchiveFolders[number] = folder.release();
-    // The status line of a new folder follows once the archive has its
-    // status channel, which comes with storing.
+    WriteNewFolderLine(static_cast<int32_t>(number), path);
     GetActiveArchiveFolder();
     return m_arrArchiveFolders[number];
 }

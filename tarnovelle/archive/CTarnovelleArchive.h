@@ -26,6 +26,8 @@
 
 #include "tarnovelle/archive/CTarnovelleArchiveFolder.h"
 #include "tarnovelle/measuring/CTNConnectorOwner.h"
+#include "tarnovelle/storage/CTarnovelleSample.h"
+#include "tarnovelle/storage/CTarnovelleSampleArray.h"
 #include "tarnovelle/support/CArchive.h"
 #include "tarnovelle/support/EV_XMLDOMDocument.h"
 #include "tarnovelle/support/EV_XMLDOMNode.h"
@@ -35,7 +37,12 @@
 #include "tarnovelle/support/CTNNotifySink.h"
 #include "tarnovelle/support/STNFileStatus.h"
 #include "tarnovelle/support/TNExport.h"
+#include "tarnovelle/values/CTNTimeZoneInformation.h"
 #include "tarnovelle/values/ETarnovelleErrors.h"
+#include "tarnovelle/values/ETarnovelleMessages.h"
+#include "tarnovelle/values/SBinary_BYTE.h"
+#include "tarnovelle/values/SBinary_Text.h"
+#include "tarnovelle/values/SProgramInfo.h"
 #include "tarnovelle/values/TNARCHIVE_MODE.h"
 
 class TNVL_EXPORT CTarnovelleArchive : public CTNConnectorOwner {
@@ -160,11 +167,76 @@ public:
     // is about to be wiped.
     void RemoveArchiveFolderObjects(const std::string& path);
 
+    // ---- storing into the active folder
+
+    // Stores the samples of `samples` (null entries passed over) into the
+    // channel of the active folder, running the folder check once more than
+    // 0x40000 bytes were stored since the last one; a folder is never left
+    // in the middle of a block. TNE_FAILED without a channel.
+    ETarnovelleErrors SaveSamples(const GUID& guid, const SChannelID& channel, CTarnovelleSampleArray& samples);
+    // One sample; the check, when due, comes before the channel is looked up.
+    ETarnovelleErrors SaveSamples(const GUID& guid, const SChannelID& channel, const CTarnovelleSample& sample);
+    // One record as a block of its own, at its own time; no check, no count.
+    ETarnovelleErrors SaveMessage(const GUID& guid, const SChannelID& channel, const SBinary_BYTE& message);
+    ETarnovelleErrors SaveMessage(const GUID& guid, const SChannelID& channel, const SBinary_Text& message);
+    // Enters `set` at `time` into the measuring point of the active folder and saves its file.
+    ETarnovelleErrors SaveParameterSet(const GUID& guid, const CTNUTCTimeStamp& time, CTarnovelleParameterSet& set);
+    ETarnovelleErrors SetParameter(const GUID& guid, const CTNTimeZoneInformation& zone);
+    ETarnovelleErrors SetParameter(const GUID& guid, const SProgramInfo& info);
+    ETarnovelleErrors SetMeasuringPointName(const GUID& guid, const char* name);
+    // Drops the measuring point from memory and wipes its directory in every
+    // folder; the first folder that fails ends it with its result.
+    ETarnovelleErrors RemoveMeasuringPoint(GUID guid);
+    // The channel in the active folder, made on disk; null without an active
+    // folder or a connector for `guid`.
+    CTarnovelleChannel* CreateChannel(const GUID& guid, const SChannelID& channel);
+    CTarnovelleMeasuringPoint* GetActiveMeasuringPoint(const GUID& guid);
+    // An unknown GUID gets its connector (and so its directory) here.
+    CTarnovelleChannel* GetActiveChannel(const GUID& guid, const SChannelID& channel);
+    // The status channel: zero GUID, message channel 0x01008000, one text a
+    // block; its measuring point is named "Archivstatus". Null without folders.
+    CTarnovelleChannel* GetArchiveMessageChannel();
+    // Posts (status, message) to the lock owner's sink; TNMSG_ARCHIVING_STOPPED
+    // sets the stop flag first, whatever comes of the post. TNE_NO_OBJECT
+    // without a sink, TNE_FAILED when the post fails.
+    ETarnovelleErrors PostMessageA(ETarnovelleErrors status, ETarnovelleMessages message);
+    // Takes the project's write lock (its ".Lock" file, held open) after a
+    // refresh and a folder check; TNE_ARCHIVE_LOCK_FAILED when held already
+    // or by another process.
+    ETarnovelleErrors LockForWriting(CTNNotifySink* window, uint32_t message, uint32_t unused);
+    // Forgets the sink first; TNE_ARCHIVE_NOT_LOCKED when not locked.
+    ETarnovelleErrors RemoveLockForWriting();
+    bool IsLockedForWriting() const;
+
+    // ---- folder activation
+
+    // Whether the active folder is full and, if so, which folder comes next:
+    // later folders are wiped and taken in either mode, ring mode wraps round
+    // from the first slot. TNE_OK (room), TNE_FOLDER_SWITCHED,
+    // TNE_ARCHIVE_FULL, TNE_NO_ACTIVE_FOLDER. Every decision leaves a line in
+    // the status channel.
+    ETarnovelleErrors CheckArchiveActivation();
+    // Makes `to` the active folder, saves the project and carries every
+    // measuring point's complete parameters over with their original times.
+    ETarnovelleErrors SwitchArchiveActivation(CTarnovelleArchiveFolder* from, CTarnovelleArchiveFolder* to);
+    int32_t GetBytesSinceCheck() const { return m_nBytesSinceCheck; }
+
     // The connectors' view of the folders.
     TNFolderPaths GetFolderPaths() override;
     bool GetActiveFolderPath(std::string& path) override;
 
 private:
+    // Writes one status line of text `id` into `channel` (null: none), stamped `now`.
+    void WriteStatusLine(CTarnovelleChannel* channel, const CTNUTCTimeStamp& now, uint16_t id, int32_t number);
+    void WriteStatusText(CTarnovelleChannel* channel, const CTNUTCTimeStamp& now, const std::string& text);
+    // The line of a new folder, into the status channel if there is one.
+    void WriteNewFolderLine(int32_t number, const std::string& path);
+    // The candidate step of the folder check on slot `k`; true when it switched.
+    bool TryCandidate(size_t k, CTarnovelleArchiveFolder* active, CTarnovelleChannel*& channel,
+                      const CTNUTCTimeStamp& now);
+    // Runs the folder check when more than the interval was stored, posts a
+    // failure, and zeroes the count.
+    void CheckWhenDue();
     // Puts `folder` at its number's slot; an object standing there is kept
     // alive (others may point at it) among the retired ones.
     void PlaceFolder(CTarnovelleArchiveFolder* folder);

@@ -95,8 +95,10 @@ TEST(InstanceFrame, AnExistingProjectIsOpenedWithItsFoldersAndMeasuringPoints) {
     EXPECT_EQ(ITNVLMInitInstance(h, (dir / "p.TNArch").c_str()), TNE_OK);
     ASSERT_EQ(h->GetArchiveFolders().size(), 2u);
     EXPECT_EQ(h->GetArchiveFolders()[1]->GetPath(), dir / "TNArch01");
-    ASSERT_EQ(h->GetArrayOfMeasuringPointConnectors().size(), 1u);
-    EXPECT_EQ(h->GetArrayOfMeasuringPointConnectors()[0]->GetGUID(), point);
+    // The point, and the archive's own status point.
+    ASSERT_EQ(h->GetArrayOfMeasuringPointConnectors().size(), 2u);
+    EXPECT_NE(h->GetMeasuringPointConnector(point), nullptr);
+    EXPECT_NE(h->GetMeasuringPointConnector(GUID{}), nullptr);
     ITNVLMDestroyInstance(h);
 }
 
