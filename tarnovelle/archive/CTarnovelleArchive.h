@@ -173,14 +173,15 @@ public:
     // channel of the active folder, running the folder check once more than
     // 0x40000 bytes were stored since the last one; a folder is never left
     // in the middle of a block. TNE_FAILED without a channel.
-    ETarnovelleErrors SaveSamples(const GUID& guid, const SChannelID& channel, CTarnovelleSampleArray& samples);
+    ETarnovelleErrors SaveSamples(const GUID& guid, const SChannelID& channel, CTarnovelleSampleArray& samples) override;
     // One sample; the check, when due, comes before the channel is looked up.
     ETarnovelleErrors SaveSamples(const GUID& guid, const SChannelID& channel, const CTarnovelleSample& sample);
     // One record as a block of its own, at its own time; no check, no count.
     ETarnovelleErrors SaveMessage(const GUID& guid, const SChannelID& channel, const SBinary_BYTE& message);
     ETarnovelleErrors SaveMessage(const GUID& guid, const SChannelID& channel, const SBinary_Text& message);
     // Enters `set` at `time` into the measuring point of the active folder and saves its file.
-    ETarnovelleErrors SaveParameterSet(const GUID& guid, const CTNUTCTimeStamp& time, CTarnovelleParameterSet& set);
+    ETarnovelleErrors SaveParameterSet(const GUID& guid, const CTNUTCTimeStamp& time,
+                                       CTarnovelleParameterSet& set) override;
     ETarnovelleErrors SetParameter(const GUID& guid, const CTNTimeZoneInformation& zone);
     ETarnovelleErrors SetParameter(const GUID& guid, const SProgramInfo& info);
     ETarnovelleErrors SetMeasuringPointName(const GUID& guid, const char* name);
@@ -207,6 +208,25 @@ public:
     // Forgets the sink first; TNE_ARCHIVE_NOT_LOCKED when not locked.
     ETarnovelleErrors RemoveLockForWriting();
     bool IsLockedForWriting() const;
+
+    // ---- the configuration check and export
+
+    // Whether the archive can work: folders, an active one, every folder
+    // writable, room after a folder check (which may wipe and switch), and
+    // disk space for each folder's limit. Each failure is shown through
+    // CTNMessageBox (texts 73, 75, 74, 95, or the access check's 76), and so
+    // is an exception; false then.
+    int32_t CheckConfiguration();
+    // Makes and deletes "CheckConfiguration.AccessTest" in every folder; text
+    // 76 and false for the first folder where it can't be made.
+    int32_t CheckArchiveFolderAccess();
+    // Copies from..to of `connectors` (their parameter sets stamped inside the
+    // range, and all samples of the range) into the project "<directory>/<its
+    // last part's stem>", named "<name>-Export <from> - <to>", with one folder
+    // "." of mode 0 and 3 MB. The first measuring point that fails ends it with
+    // its result; nothing within a channel fails it.
+    ETarnovelleErrors Export(const std::string& directory, const CTNUTCTimeStamp& from, const CTNUTCTimeStamp& to,
+                             const std::vector<CTarnovelleMeasuringPointConnector*>& connectors);
 
     // ---- folder activation
 

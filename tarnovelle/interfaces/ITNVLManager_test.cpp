@@ -2,16 +2,19 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <filesystem>
-
-#include <filesystem>
+#include <sstream>
 #include <typeinfo>
 
 #include "tarnovelle/interfaces/ITNVLReader.h"
 #include "tarnovelle/interfaces/ITNVLWriter.h"
 #include "tests/support/TNLogCapture.h"
+#include "tarnovelle/support/CTNFakeClock.h"
+#include "tarnovelle/support/CTNFileFaults.h"
 #include "tarnovelle/support/CTNMessageBox.h"
 #include "tarnovelle/support/TNGuid.h"
+#include "tarnovelle/values/STarnovelleTimeStampInMsec.h"
 #include "tests/support/TNTestDir.h"
 
 namespace {
@@ -140,4 +143,142 @@ TEST(InstanceFrame, NullTextArgumentsReadAsEmpty) {
     EXPECT_EQ(ITNVLMSetArchiveFilePath(h, nullptr), TNE_OK);
     EXPECT_EQ(h->GetArchiveFileName(), "");
     ITNVLMDestroyInstance(h);
+}
+
+// ---------------------------------------------------------------- the rest of the family
+
+namespace {
+const GUID kManaged = {0x3A3A3A3A, 0x1, 0x2, {3, 4, 5, 6, 7, 8, 9, 10}};
+const SChannelID kManagedMean(static_cast<ECharacteristicType>(0x21), static_cast<EPhase>(1), MVT_MEAN);
+CTNUTCTimeStamp Second(uint32_t s) { return STarnovelleTimeStampInMsec(s, 0).GetUTCTimeStamp(); }
+}  // namespace
+
+TEST(ManagerFamily, FoldersComeBackNullWithoutAFailureResult) {
+    CTNFakeClock clock(1700000000000ull);
+    CTNScopedClock scope(&clock);
+    TNTestDir dir;
+    dir.WriteFile("file", "x");
+    CTarnovelleArchive* h = ITNVLMCreateInstance();
+    ASSERT_EQ(ITNVLMSetArchiveFilePath(h, (dir / "p.TNArch").c_str()), TNE_OK);
+    CTarnovelleArchiveFolder* folder = reinterpret_cast<CTarnovelleArchiveFolder*>(h);
+    EXPECT_EQ(ITNVLMGetActiveFolder(h, &folder), TNE_OK);
+    EXPECT_EQ(folder, nullptr);
+    EXPECT_EQ(ITNVLMAddArchive(h, (dir / "file/below").c_str(), TNARCHIVE_MODE_REMAINING, 1, &folder), TNE_OK);
+    EXPECT_EQ(folder, nullptr);
+    ASSERT_EQ(ITNVLMAddArchive(h, (dir / "TNArch01").c_str(), TNARCHIVE_MODE_MAXIMAL, 5, &folder), TNE_OK);
+    ASSERT_NE(folder, nullptr);
+    CTarnovelleArchiveFolder* active = nullptr;
+    EXPECT_EQ(ITNVLMGetActiveFolder(h, &active), TNE_OK);
+    EXPECT_EQ(active, folder);
+    EXPECT_EQ(ITNVLMGetArrayOfArchiveFolders(h), (std::vector<CTarnovelleArchiveFolder*>{folder}));
+    CTarnovelleArchiveFolder* none = nullptr;
+    EXPECT_EQ(ITNVLMAddArchive(nullptr, "x", TNARCHIVE_MODE_REMAINING, 1, &none), TNE_NO_OBJECT);
+    ITNVLMDestroyInstance(h);
+}
+
+TEST(ManagerFamily, StoringAtANewGuidMakesItsDirectoryAndTheCallerKeepsTheSamples) {
+    // No open may wait in real time here.
+    CTNFakeClock clock(1700000000000ull);
+    CTNScopedClock clockScope(&clock);
+    TNTestDir dir;
+    CTarnovelleArchive* h = ITNVLMCreateInstance();
+    ITNVLMSetArchiveFilePath(h, (dir / "p.TNArch").c_str());
+    CTarnovelleArchiveFolder* folder = nullptr;
+    ITNVLMAddArchive(h, (dir / "TNArch01").c_str(), TNARCHIVE_MODE_REMAINING, 1, &folder);
+    CTarnovelleSampleArray samples;
+    std::vector<float> values = {1.0f, 2.0f};
+    samples.Add(new CTarnovelleSample(Second(100), Second(102), 2, values.data()));
+    ASSERT_EQ(ITNVLMAddSample(h, kManaged, kManagedMean, samples), TNE_OK);
+    ASSERT_EQ(samples.GetSize(), 1);
+    EXPECT_EQ(samples[0]->GetNrOfValues(), 2u);
+    EXPECT_TRUE(std::filesystem::exists(dir / ("TNArch01/" + GuidToString(kManaged) + "/03010021.Sam")));
+    ASSERT_EQ(ITNVLMAddMessageBinaryText(h, kManaged, SChannelID(0x01008001u), SBinary_Text(Second(5), "x")), TNE_OK);
+    ASSERT_EQ(ITNVLMAddMessageBinaryByte(h, kManaged, SChannelID(0x01008002u), SBinary_BYTE(Second(5), 1)), TNE_OK);
+    ASSERT_EQ(ITNVLMSetMeasuringPointName(h, kManaged, "Feeder"), TNE_OK);
+    SProgramInfo info;
+    info.SetName("Recorder");
+    ASSERT_EQ(ITNVLMSetParameterProgramInfo(h, kManaged, info), TNE_OK);
+    CTarnovelleParameterSet set = CTarnovelleParameterSet::CreateParameterSet();
+    set.SetParameter("Note", std::string("x"));
+    ASSERT_EQ(ITNVLMSetParameterSet(h, kManaged, Second(50), set), TNE_OK);
+    EXPECT_TRUE(std::filesystem::exists(dir / ("TNArch01/" + GuidToString(kManaged) + "/ConfData.Inf")));
+    EXPECT_EQ(ITNVLMRemoveMeasuringPoint(h, kManaged), TNE_OK);
+    EXPECT_FALSE(std::filesystem::exists(dir / ("TNArch01/" + GuidToString(kManaged))));
+    ITNVLMDestroyInstance(h);
+}
+
+TEST(ManagerFamily, AFailingDiskUnderAddSampleGives262AndNoReportOfTheFrame) {
+    // No open may wait in real time here.
+    CTNFakeClock clock(1700000000000ull);
+    CTNScopedClock clockScope(&clock);
+    TNTestDir dir;
+    TNLogCapture log;
+    CTarnovelleArchive* h = ITNVLMCreateInstance();
+    ITNVLMSetArchiveFilePath(h, (dir / "p.TNArch").c_str());
+    CTarnovelleArchiveFolder* folder = nullptr;
+    ITNVLMAddArchive(h, (dir / "TNArch01").c_str(), TNARCHIVE_MODE_REMAINING, 1, &folder);
+    class FailWrites : public CTNFileFaults {
+    public:
+        int Before(EOperation operation, const std::string& path) override {
+            return operation == opWrite && path.find(".Dat") != std::string::npos ? ENOSPC : 0;
+        }
+    } faults;
+    CTarnovelleSampleArray samples;
+    std::vector<float> values = {1.0f};
+    samples.Add(new CTarnovelleSample(Second(100), Second(101), 1, values.data()));
+    {
+        CTNScopedFileFaults scope(&faults);
+        EXPECT_EQ(ITNVLMAddSample(h, kManaged, kManagedMean, samples), TNE_EXCEPTION);
+    }
+    for (const std::string& entry : log.Entries("CTarnovelleException"))
+        EXPECT_EQ(entry.find("ITNVLMAddSample"), std::string::npos) << entry;
+    ITNVLMDestroyInstance(h);
+}
+
+TEST(ManagerFamily, AFailedConfigurationCheckGives600) {
+    // No open may wait in real time here.
+    CTNFakeClock clock(1700000000000ull);
+    CTNScopedClock clockScope(&clock);
+    TNTestDir dir;
+    std::vector<std::string> shown;
+    CTNMessageBox::RerouteMessageBoxToLogArray(&shown);
+    CTarnovelleArchive* h = ITNVLMCreateInstance();
+    ITNVLMSetArchiveFilePath(h, (dir / "p.TNArch").c_str());
+    EXPECT_EQ(ITNVLMCheckConfiguration(h), TNE_CONFIGURATION_INVALID);
+    CTarnovelleArchiveFolder* folder = nullptr;
+    ITNVLMAddArchive(h, (dir / "TNArch01").c_str(), TNARCHIVE_MODE_REMAINING, 1, &folder);
+    // The check reads the project file; a project never saved would make it
+    // wait out every open's retries.
+    ASSERT_EQ(ITNVLMSerialize_1(h, 1, nullptr), TNE_OK);
+    EXPECT_EQ(ITNVLMCheckConfiguration(h), TNE_OK);
+    CTNMessageBox::RerouteMessageBoxToLogArray(nullptr);
+    EXPECT_EQ(shown.size(), 1u);
+    ITNVLMDestroyInstance(h);
+}
+
+TEST(ManagerFamily, SerialisingStoresThePathAndOpensIt) {
+    // No open may wait in real time here.
+    CTNFakeClock clock(1700000000000ull);
+    CTNScopedClock clockScope(&clock);
+    TNTestDir dir;
+    CTarnovelleArchive* h = ITNVLMCreateInstance();
+    ITNVLMSetArchiveFilePath(h, (dir / "p.TNArch").c_str());
+    std::stringstream stream;
+    CArchive out(stream, CArchive::store);
+    ASSERT_EQ(ITNVLMSerialize_0(h, out), TNE_OK);
+    EXPECT_TRUE(std::filesystem::exists(dir / "p.TNArch"));
+    CTarnovelleArchive* loaded = ITNVLMCreateInstance();
+    CArchive in(stream, CArchive::load);
+    ASSERT_EQ(ITNVLMSerialize_0(loaded, in), TNE_OK);
+    EXPECT_EQ(loaded->GetFilePath(), dir / "p.TNArch");
+    EXPECT_EQ(loaded->GetArchiveFolders().size(), 2u);
+    CTarnovelleArchive* other = ITNVLMCreateInstance();
+    ASSERT_EQ(ITNVLMSerialize_1(other, 0, (dir / "p.TNArch").c_str()), TNE_OK);
+    EXPECT_EQ(other->GetArchiveFolders().size(), 2u);
+    ASSERT_EQ(ITNVLMSerialize_1(other, 1, "ignored"), TNE_OK);
+    EXPECT_FALSE(std::filesystem::exists("ignored"));
+    EXPECT_EQ(ITNVLMSerialize_1(nullptr, 0, "x"), TNE_NO_OBJECT);
+    ITNVLMDestroyInstance(h);
+    ITNVLMDestroyInstance(loaded);
+    ITNVLMDestroyInstance(other);
 }

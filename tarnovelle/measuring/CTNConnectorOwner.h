@@ -10,10 +10,14 @@
 
 #include "tarnovelle/support/GUID.h"
 #include "tarnovelle/support/TNExport.h"
+#include "tarnovelle/values/CTNUTCTimeStamp.h"
 #include "tarnovelle/values/ETarnovelleErrors.h"
+#include "tarnovelle/values/SChannelID.h"
 
 class CTarnovelleFile;
 class CTarnovelleMeasuringPoint;
+class CTarnovelleParameterSet;
+class CTarnovelleSampleArray;
 
 // The paths of the archive's folder array, index for index; a hole is empty.
 using TNFolderPaths = std::vector<std::optional<std::string>>;
@@ -33,4 +37,9 @@ public:
     // The archive's own object for `guid` in `path`, made if missing.
     virtual CTarnovelleMeasuringPoint* CreateMeasuringPoint(const GUID& guid, const std::string& path) = 0;
     virtual void DeleteMeasuringPoint(CTarnovelleMeasuringPoint* point) = 0;
+    // Storing into the active folder, for an export that has this archive as its target.
+    virtual ETarnovelleErrors SaveParameterSet(const GUID& guid, const CTNUTCTimeStamp& time,
+                                               CTarnovelleParameterSet& set) = 0;
+    virtual ETarnovelleErrors SaveSamples(const GUID& guid, const SChannelID& channel,
+                                          CTarnovelleSampleArray& samples) = 0;
 };

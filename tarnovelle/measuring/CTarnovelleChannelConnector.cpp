@@ -203,3 +203,11 @@ ETarnovelleErrors CTarnovelleChannelConnector::GetSamplesForTimeRange(const CTNU
     }
     return TNE_OK;
 }
+
+ETarnovelleErrors CTarnovelleChannelConnector::Export(CTNConnectorOwner& target, const CTNUTCTimeStamp& from,
+                                                      const CTNUTCTimeStamp& to) {
+    CTarnovelleSampleArray samples;
+    GetSamplesForTimeRange(from, to, samples, true);
+    target.SaveSamples(m_GUID, ChannelID, samples);
+    return TNE_OK;
+}

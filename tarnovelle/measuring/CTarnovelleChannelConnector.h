@@ -79,6 +79,9 @@ public:
     ETarnovelleErrors GetTimeRange(CTNUTCTimeStamp& from, CTNUTCTimeStamp& to);
     // `empty` 1 when no channel holds a block overlapping from..to.
     ETarnovelleErrors IsEmpty(const CTNUTCTimeStamp& from, const CTNUTCTimeStamp& to, int32_t& empty);
+    // Stores this channel's samples of from..to, overlaps kept, into `target`.
+    // Always TNE_OK: nothing within a channel fails an export.
+    ETarnovelleErrors Export(CTNConnectorOwner& target, const CTNUTCTimeStamp& from, const CTNUTCTimeStamp& to);
     // Appends the samples of from..to (see above); always TNE_OK.
     ETarnovelleErrors GetSamplesForTimeRange(const CTNUTCTimeStamp& from, const CTNUTCTimeStamp& to,
                                              CTarnovelleSampleArray& samples, bool keepOverlaps);

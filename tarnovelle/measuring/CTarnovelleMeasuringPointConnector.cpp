@@ -344,3 +344,22 @@ ETarnovelleErrors CTarnovelleMeasuringPointConnector::GetSamplesForTimeRange(con
     }
     return TNE_OK;
 }
+
+ETarnovelleErrors CTarnovelleMeasuringPointConnector::Export(CTNConnectorOwner& target, const CTNUTCTimeStamp& from,
+                                                             const CTNUTCTimeStamp& to) {
+    EnsureMeasuringPoints();
+    for (CTarnovelleMeasuringPoint* point : *MeasuringPoints) {
+        if (!point) continue;
+        // A copy of the list: entering sets could change the point's own.
+        const std::vector<uint32_t> times = point->GetTimeStampArray();
+        for (const uint32_t seconds : times) {
+            const CTNUTCTimeStamp time = STarnovelleTimeStampInMsec(seconds, 0).GetUTCTimeStamp();
+            if (time < from || time > to) continue;
+            CTarnovelleParameterSet set = point->GetParameterSet(time);
+            CTarnovelleParameterSet copy = CTarnovelleParameterSet::CreateParameterSet();
+            copy.CopyContents(set);
+            target.SaveParameterSet(m_GUID, time, copy);
+        }
+    }
+    return TNE_OK;
+}

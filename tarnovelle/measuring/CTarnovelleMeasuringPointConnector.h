@@ -82,6 +82,10 @@ public:
     // Reads from..to of `channel` across all folders, overlaps kept; always TNE_OK.
     ETarnovelleErrors GetSamplesForTimeRange(const SChannelID& channel, const CTNUTCTimeStamp& from,
                                              const CTNUTCTimeStamp& to, CTarnovelleSampleArray& samples);
+    // Enters every parameter set of this point stamped within from..to into
+    // `target`, at its own time. Always TNE_OK.
+    ETarnovelleErrors Export(CTNConnectorOwner& target, const CTNUTCTimeStamp& from, const CTNUTCTimeStamp& to);
+
     // Drops what is held of the folder `path`, which is about to be wiped.
     void RemoveArchiveFolderObjects(const std::string& path);
 
