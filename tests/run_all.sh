@@ -41,3 +41,13 @@ cmake --build build-asan -j"$jobs"
 export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1:halt_on_error=1
 export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 (cd build-asan && ctest --output-on-failure -j"$jobs")
+
+echo "== thread sanitizer, the tests that start threads"
+# The working thread, the message box's reroutes and the processes' locks
+# under ThreadSanitizer; the rest of the suite runs single-threaded.
+thread_tests=(ITNVLWriter_test CTNMessageBox_test ChannelProcesses_test LockFileProcesses_test)
+cmake -S . -B build-tsan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTARNOVELLE_TSAN=ON \
+      -DTARNOVELLE_BUILD_BENCH=OFF -DTARNOVELLE_BUILD_EXAMPLES=OFF >/dev/null
+cmake --build build-tsan -j"$jobs" --target "${thread_tests[@]}"
+export TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1
+(cd build-tsan && ctest --output-on-failure -j"$jobs" -R "^($(IFS='|'; echo "${thread_tests[*]}"))\$")
