@@ -236,3 +236,53 @@ bool CTarnovelleArchive::GetActiveFolderPath(std::string& path) {
     path = folder->GetPath();
     return true;
 }
+
+// ---------------------------------------------------------------- reading one measuring point
+
+ETarnovelleErrors CTarnovelleArchive::GetArrayChannelsIDs(const GUID& guid, std::vector<SChannelID>& ids) {
+    CTarnovelleMeasuringPointConnector* connector = GetMeasuringPointConnector(guid);
+    return connector ? connector->GetArrayChannelsIDs(ids) : TNE_FAILED;
+}
+
+ETarnovelleErrors CTarnovelleArchive::GetTimeRange(const GUID& guid, CTNUTCTimeStamp& from, CTNUTCTimeStamp& to) {
+    CTarnovelleMeasuringPointConnector* connector = GetMeasuringPointConnector(guid);
+    return connector ? connector->GetTimeRange(from, to) : TNE_NO_OBJECT;
+}
+
+ETarnovelleErrors CTarnovelleArchive::GetTimeRange(const GUID& guid, const SChannelID& channel, CTNUTCTimeStamp& from,
+                                                   CTNUTCTimeStamp& to) {
+    CTarnovelleMeasuringPointConnector* connector = GetMeasuringPointConnector(guid);
+    return connector ? connector->GetTimeRange(channel, from, to) : TNE_NO_OBJECT;
+}
+
+ETarnovelleErrors CTarnovelleArchive::IsEmpty(const GUID& guid, const CTNUTCTimeStamp& from, const CTNUTCTimeStamp& to,
+                                              int32_t& empty) {
+    CTarnovelleMeasuringPointConnector* connector = GetMeasuringPointConnector(guid);
+    return connector ? connector->IsEmpty(from, to, empty) : TNE_NO_OBJECT;
+}
+
+ETarnovelleErrors CTarnovelleArchive::IsEmpty(const GUID& guid, const SChannelID& channel, const CTNUTCTimeStamp& from,
+                                              const CTNUTCTimeStamp& to, int32_t& empty) {
+    CTarnovelleMeasuringPointConnector* connector = GetMeasuringPointConnector(guid);
+    return connector ? connector->IsEmpty(channel, from, to, empty) : TNE_NO_OBJECT;
+}
+
+ETarnovelleErrors CTarnovelleArchive::GetSamplesForTimeRange(const GUID& guid, const SChannelID& channel,
+                                                             const CTNUTCTimeStamp& from, const CTNUTCTimeStamp& to,
+                                                             CTarnovelleSampleArray& samples) {
+    CTarnovelleMeasuringPointConnector* connector = GetMeasuringPointConnector(guid);
+    if (!connector) return TNE_FAILED;
+    std::vector<TNLockHandle> locks;
+    ETarnovelleErrors status = CreateReadLock(locks);
+    if (status == TNE_OK) {
+        try {
+            status = connector->GetSamplesForTimeRange(channel, from, to, samples);
+        } catch (...) {
+            RemoveReadLock(locks);
+            throw;
+        }
+    }
+    // Also after a failed lock: whatever was taken goes back.
+    RemoveReadLock(locks);
+    return status;
+}

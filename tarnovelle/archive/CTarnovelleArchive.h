@@ -241,6 +241,24 @@ public:
     ETarnovelleErrors SwitchArchiveActivation(CTarnovelleArchiveFolder* from, CTarnovelleArchiveFolder* to);
     int32_t GetBytesSinceCheck() const { return m_nBytesSinceCheck; }
 
+    // ---- reading one measuring point
+
+    // TNE_FAILED for a GUID without a connector.
+    ETarnovelleErrors GetArrayChannelsIDs(const GUID& guid, std::vector<SChannelID>& ids);
+    // TNE_NO_OBJECT for a GUID without a connector, here and in the next three.
+    ETarnovelleErrors GetTimeRange(const GUID& guid, CTNUTCTimeStamp& from, CTNUTCTimeStamp& to);
+    ETarnovelleErrors GetTimeRange(const GUID& guid, const SChannelID& channel, CTNUTCTimeStamp& from,
+                                   CTNUTCTimeStamp& to);
+    ETarnovelleErrors IsEmpty(const GUID& guid, const CTNUTCTimeStamp& from, const CTNUTCTimeStamp& to,
+                              int32_t& empty);
+    ETarnovelleErrors IsEmpty(const GUID& guid, const SChannelID& channel, const CTNUTCTimeStamp& from,
+                              const CTNUTCTimeStamp& to, int32_t& empty);
+    // The samples of from..to, under read locks on all folders (the only
+    // query that takes them). TNE_FAILED for an unknown GUID,
+    // TNE_ARCHIVE_LOCK_FAILED when the locks can't be had.
+    ETarnovelleErrors GetSamplesForTimeRange(const GUID& guid, const SChannelID& channel, const CTNUTCTimeStamp& from,
+                                             const CTNUTCTimeStamp& to, CTarnovelleSampleArray& samples);
+
     // The connectors' view of the folders.
     TNFolderPaths GetFolderPaths() override;
     bool GetActiveFolderPath(std::string& path) override;
