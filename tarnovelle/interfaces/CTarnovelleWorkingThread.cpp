@@ -36,6 +36,14 @@ public:
         }
         m_posted.notify_one();
     }
+    // An entry if there is one, without waiting.
+    bool TryTake(SEntry& entry) {
+        std::lock_guard<std::mutex> hold(m_lock);
+        if (m_entries.empty()) return false;
+        entry = m_entries.front();
+        m_entries.pop_front();
+        return true;
+    }
     SEntry Take() {
         std::unique_lock<std::mutex> hold(m_lock);
         m_posted.wait(hold, [&] { return !m_entries.empty(); });
@@ -110,6 +118,13 @@ ETarnovelleErrors CTarnovelleWorkingThread::StopWorkingThread() {
     {
         std::lock_guard<std::mutex> hold(g_workerLock);
         g_pWorkingThread = nullptr;
+    }
+    // Items posted behind the stop, by another thread while this one
+    // stopped, had no thread left to take them: they are lost like any item
+    // posted without a thread, and released.
+    SEntry left{};
+    while (worker->queue.TryTake(left)) {
+        if (left.message == WM_TN_EXECUTE) TNReleaseWorkItem(left.kind, left.item);
     }
     delete worker;
     return TNE_OK;
