@@ -3,26 +3,18 @@
 // no entry that the full file does not hold in the same place, lose no entry
 // that lies wholly inside the file, and never size an allocation by a count
 // or length that the file cannot hold. Every allocation of this test program
-// is measured by the replaced global operator new below, and anything above
-// 1 GiB is refused outright, so a reader that trusted a count fails fast
-// instead of taking the machine down.
+// is watched (TNAllocationWatch), and anything above 1 GiB is refused
+// outright, so a reader that trusted a count fails fast instead of taking the
+// machine down.
 #include <gtest/gtest.h>
 
-// The replaced global operators below pair malloc with free themselves; the
-// compiler, seeing new and free, can't know that.
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
-#endif
-
 #include <algorithm>
-#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
-#include <new>
 #include <string>
 #include <vector>
 
@@ -32,41 +24,8 @@
 #include "tarnovelle/support/CTNMessageBox.h"
 #include "tarnovelle/support/TNGuid.h"
 #include "tarnovelle/values/STarnovelleTimeStampInMsec.h"
+#include "tests/support/allocation/TNAllocationWatch.h"
 #include "tests/support/TNTestDir.h"
-
-namespace {
-
-std::atomic<size_t> g_largestAllocation{0};
-constexpr size_t kRefusedAbove = size_t{1} << 30;
-
-void* Allocate(size_t bytes) noexcept {
-    size_t seen = g_largestAllocation.load();
-    while (bytes > seen && !g_largestAllocation.compare_exchange_weak(seen, bytes)) {
-    }
-    if (bytes > kRefusedAbove) return nullptr;
-    return std::malloc(bytes != 0 ? bytes : 1);
-}
-
-// Out of line, so that the compiler does not pair a free it can see with the
-// operator new above and warn about a mismatch that is none.
-[[gnu::noinline]] void Release(void* p) noexcept { std::free(p); }
-
-}  // namespace
-
-void* operator new(size_t bytes) {
-    if (void* p = Allocate(bytes)) return p;
-    throw std::bad_alloc();
-}
-void* operator new[](size_t bytes) {
-    if (void* p = Allocate(bytes)) return p;
-    throw std::bad_alloc();
-}
-void* operator new(size_t bytes, const std::nothrow_t&) noexcept { return Allocate(bytes); }
-void* operator new[](size_t bytes, const std::nothrow_t&) noexcept { return Allocate(bytes); }
-void operator delete(void* p) noexcept { Release(p); }
-void operator delete[](void* p) noexcept { Release(p); }
-void operator delete(void* p, size_t) noexcept { Release(p); }
-void operator delete[](void* p, size_t) noexcept { Release(p); }
 
 namespace {
 
@@ -180,17 +139,17 @@ class ConfDataPrefixesTest : public ::testing::Test {
 protected:
     void SetUp() override {
         CTNMessageBox::RerouteMessageBoxToLogArray(&m_messages);
-        g_largestAllocation = 0;
+        TNAllocationWatch::Reset();
     }
     void TearDown() override { CTNMessageBox::RerouteMessageBoxToLogArray(nullptr); }
 
     // A fresh measuring point loads the file at `root`; the time it took is
     // checked, and the largest single allocation is left for the caller.
     ETarnovelleErrors Load(Point& point, const std::string& root, size_t& largest) {
-        g_largestAllocation = 0;
+        TNAllocationWatch::Reset();
         const auto start = std::chrono::steady_clock::now();
         const ETarnovelleErrors result = point.Init(kGuid, root);
-        largest = g_largestAllocation.load();
+        largest = TNAllocationWatch::Largest();
         EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
         return result;
     }

@@ -1,22 +1,14 @@
 // Channel files written by someone else, half-way or with hostile counts: a
 // block header never sizes an allocation beyond the data file it points into.
-// Every allocation of this test program is measured by the replaced global
-// operator new below, and anything above 1 GiB is refused outright, so a
-// reader that trusted a count fails fast instead of taking the machine down.
+// Every allocation of this test program is watched (TNAllocationWatch), and
+// anything above 1 GiB is refused outright, so a reader that trusted a count
+// fails fast instead of taking the machine down.
 #include <gtest/gtest.h>
 
-// The replaced global operators below pair malloc with free themselves; the
-// compiler, seeing new and free, can't know that.
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
-#endif
-
-#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <new>
 #include <string>
 
 #include "tarnovelle/storage/CTarnovelleChannel.h"
@@ -28,37 +20,8 @@
 #include "tarnovelle/storage/SSamplesFileHeader.h"
 #include "tarnovelle/support/TNGuid.h"
 #include "tarnovelle/values/STarnovelleTimeStampInMsec.h"
+#include "tests/support/allocation/TNAllocationWatch.h"
 #include "tests/support/TNTestDir.h"
-
-namespace {
-
-std::atomic<size_t> g_largestAllocation{0};
-constexpr size_t kRefusedAbove = size_t{1} << 30;
-
-void* Allocate(size_t bytes) noexcept {
-    size_t seen = g_largestAllocation.load();
-    while (bytes > seen && !g_largestAllocation.compare_exchange_weak(seen, bytes)) {
-    }
-    if (bytes > kRefusedAbove) return nullptr;
-    return std::malloc(bytes != 0 ? bytes : 1);
-}
-
-}  // namespace
-
-void* operator new(size_t bytes) {
-    if (void* p = Allocate(bytes)) return p;
-    throw std::bad_alloc();
-}
-void* operator new[](size_t bytes) {
-    if (void* p = Allocate(bytes)) return p;
-    throw std::bad_alloc();
-}
-void* operator new(size_t bytes, const std::nothrow_t&) noexcept { return Allocate(bytes); }
-void* operator new[](size_t bytes, const std::nothrow_t&) noexcept { return Allocate(bytes); }
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete[](void* p) noexcept { std::free(p); }
-void operator delete(void* p, size_t) noexcept { std::free(p); }
-void operator delete[](void* p, size_t) noexcept { std::free(p); }
 
 namespace {
 
@@ -121,9 +84,9 @@ CTNUTCTimeStamp TS(uint32_t seconds) { return STarnovelleTimeStampInMsec(seconds
 
 class ChannelDamageTest : public ::testing::Test {
 protected:
-    void SetUp() override { g_largestAllocation = 0; }
+    void SetUp() override { TNAllocationWatch::Reset(); }
     // Nothing was asked for that a file of these sizes could not explain.
-    void ExpectNoAllocationAbove(size_t bytes) const { EXPECT_LE(g_largestAllocation.load(), bytes); }
+    void ExpectNoAllocationAbove(size_t bytes) const { EXPECT_LE(TNAllocationWatch::Largest(), bytes); }
     TNTestDir m_dir;
 };
 
