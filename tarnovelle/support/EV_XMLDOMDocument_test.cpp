@@ -1,7 +1,6 @@
 #include "tarnovelle/support/EV_XMLDOMDocument.h"
 
 #include <gtest/gtest.h>
-#include <pthread.h>
 
 #include <functional>
 #include <string>
@@ -9,6 +8,7 @@
 
 #include "tarnovelle/support/CTNMessageBox.h"
 #include "tarnovelle/support/TNTrace.h"
+#include "tests/support/TNRunWithStack.h"
 #include "tests/support/TNTestDir.h"
 
 namespace {
@@ -54,23 +54,6 @@ std::string Serial(const EV_XMLDOMDocument& doc) {
 }
 
 std::vector<uint8_t> Bytes(const std::string& text) { return std::vector<uint8_t>(text.begin(), text.end()); }
-
-// Runs `body` on a thread of its own whose stack holds `stackBytes`, so that
-// a walk taking stack for every level of a document would run off its end.
-void RunWithStack(size_t stackBytes, const std::function<void()>& body) {
-    pthread_attr_t attributes;
-    ASSERT_EQ(pthread_attr_init(&attributes), 0);
-    ASSERT_EQ(pthread_attr_setstacksize(&attributes, stackBytes), 0);
-    auto run = [](void* argument) -> void* {
-        (*static_cast<const std::function<void()>*>(argument))();
-        return nullptr;
-    };
-    pthread_t thread;
-    const int made = pthread_create(&thread, &attributes, run, const_cast<std::function<void()>*>(&body));
-    pthread_attr_destroy(&attributes);
-    ASSERT_EQ(made, 0);
-    pthread_join(thread, nullptr);
-}
 
 std::string ElementName(int32_t level) { return "e" + std::to_string(level); }
 
@@ -580,7 +563,7 @@ TEST(EV_XMLDOMDocument, DocumentAHundredThousandLevelsDeepOpensAndClonesOnAnOrdi
     TNTestDir dir;
     const std::string text = NestedDocument(kLevels);
     const std::string path = dir.WriteFile("deep.xml", text);
-    RunWithStack(8u << 20, [&] {
+    TNRunWithStack(8u << 20, [&] {
         EV_XMLDOMDocument source;
         ASSERT_EQ(source.Open(path), S_OK);
         EV_XMLDOMNode from, to;
@@ -602,7 +585,7 @@ TEST(EV_XMLDOMDocument, DocumentAHundredThousandLevelsDeepLoadsSearchesAndWrites
     constexpr int32_t kLevels = 100000;
     TNTestDir dir;
     const std::string text = NestedDocument(kLevels);
-    RunWithStack(256u << 10, [&] {
+    TNRunWithStack(256u << 10, [&] {
         EV_XMLDOMDocument doc;
         ASSERT_EQ(doc.LoadInMemory(Bytes(text)), S_OK);
         EV_XMLDOMNode found;
@@ -629,7 +612,7 @@ TEST(EV_XMLDOMDocument, DocumentThreeThousandLevelsDeepSavesIndentedOnASmallStac
     constexpr int32_t kLevels = 3000;
     TNTestDir dir;
     const std::string path = dir / "indented.xml";
-    RunWithStack(256u << 10, [&] {
+    TNRunWithStack(256u << 10, [&] {
         EV_XMLDOMDocument doc;
         ASSERT_EQ(doc.LoadInMemory(Bytes(NestedDocument(kLevels))), S_OK);
         ASSERT_EQ(doc.SaveAs(path, true), S_OK);
@@ -647,7 +630,7 @@ TEST(EV_XMLDOMDocument, DocumentThreeThousandLevelsDeepSavesIndentedOnASmallStac
     EXPECT_EQ(saved.size(), expected.size());
     EXPECT_TRUE(saved == expected);
 
-    RunWithStack(256u << 10, [&] {
+    TNRunWithStack(256u << 10, [&] {
         EV_XMLDOMDocument again;
         ASSERT_EQ(again.Open(path), S_OK);
         const Descent reloaded = Descend(TopElement(again));

@@ -1,7 +1,6 @@
 #include "tarnovelle/support/EV_XMLDOMNode.h"
 
 #include <gtest/gtest.h>
-#include <pthread.h>
 
 #include <functional>
 #include <string>
@@ -9,6 +8,7 @@
 
 #include "tarnovelle/support/EV_XMLDOMDocument.h"
 #include "tarnovelle/support/TNTrace.h"
+#include "tests/support/TNRunWithStack.h"
 
 namespace {
 
@@ -35,23 +35,6 @@ std::vector<std::string> AttributeNames(const EV_XMLDOMNode& node) {
         names.push_back(name);
     }
     return names;
-}
-
-// Runs `body` on a thread of its own whose stack holds `stackBytes`, so that
-// a walk taking stack for every level of a tree would run off its end.
-void RunWithStack(size_t stackBytes, const std::function<void()>& body) {
-    pthread_attr_t attributes;
-    ASSERT_EQ(pthread_attr_init(&attributes), 0);
-    ASSERT_EQ(pthread_attr_setstacksize(&attributes, stackBytes), 0);
-    auto run = [](void* argument) -> void* {
-        (*static_cast<const std::function<void()>*>(argument))();
-        return nullptr;
-    };
-    pthread_t thread;
-    const int made = pthread_create(&thread, &attributes, run, const_cast<std::function<void()>*>(&body));
-    pthread_attr_destroy(&attributes);
-    ASSERT_EQ(made, 0);
-    pthread_join(thread, nullptr);
 }
 
 // `levels` elements "e" nested in each other around the text "bottom".
@@ -586,7 +569,7 @@ TEST_F(XmlNodeTest, TraceDoesNothingInAReleaseBuild) {
 TEST(XmlDeepTree, NodeOperationsOnATreeAHundredThousandLevelsDeepRunOnASmallStack) {
     constexpr int32_t kLevels = 100000;
     const std::string text = NestedElements(kLevels);
-    RunWithStack(256u << 10, [&] {
+    TNRunWithStack(256u << 10, [&] {
         EV_XMLDOMDocument doc;
         ASSERT_EQ(doc.LoadInMemory(std::vector<uint8_t>(text.begin(), text.end())), S_OK);
         EV_XMLDOMNode root, top;
