@@ -16,6 +16,7 @@
 #include "tarnovelle/support/TNGuid.h"
 #include "tarnovelle/values/STarnovelleTimeStampInMsec.h"
 #include "tests/support/TNChildProcess.h"
+#include "tests/support/TNHookedClock.h"
 #include "tests/support/TNTestDir.h"
 
 namespace {
@@ -38,19 +39,6 @@ std::string SamplesPath(const std::string& root) {
     std::snprintf(name, sizeof(name), "%08lx", static_cast<unsigned long>(kMean.GetDWORD()));
     return root + "/" + GuidToString(TestGuid()) + "/" + name + ".Sam";
 }
-
-// The fake clock, with a hook run after each recorded sleep.
-class HookedClock : public CTNFakeClock {
-public:
-    explicit HookedClock(std::function<void()> hook) : m_hook(std::move(hook)) {}
-    void Sleep(uint32_t milliseconds) override {
-        CTNFakeClock::Sleep(milliseconds);
-        if (m_hook) m_hook();
-    }
-
-private:
-    std::function<void()> m_hook;
-};
 
 // The fake clock whose sleeps really pass, 250 times faster: retry loops
 // give the other process time to finish without taking minutes.
@@ -97,7 +85,7 @@ TEST(ChannelProcesses, ReadingDuringAnotherProcessesWriteCycleWaitsThenSucceeds)
 
     // While the reader sleeps in its first retry, the writer ends its cycle.
     bool released = false;
-    HookedClock clock([&] {
+    TNHookedClock clock([&] {
         if (released) return;
         released = true;
         writer.SignalChild();

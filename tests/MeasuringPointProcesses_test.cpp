@@ -24,6 +24,7 @@
 #include "tarnovelle/support/TNGuid.h"
 #include "tarnovelle/values/STarnovelleTimeStampInMsec.h"
 #include "tests/support/TNChildProcess.h"
+#include "tests/support/TNHookedClock.h"
 #include "tests/support/TNTestDir.h"
 
 namespace {
@@ -72,19 +73,6 @@ void MakeBase(const TNTestDir& dir) {
     InsertName(point, 100, "base");
     ASSERT_EQ(point.Save(), TNE_OK);
 }
-
-// The fake clock, with a hook run after each recorded sleep.
-class HookedClock : public CTNFakeClock {
-public:
-    explicit HookedClock(std::function<void()> hook) : m_hook(std::move(hook)) {}
-    void Sleep(uint32_t milliseconds) override {
-        CTNFakeClock::Sleep(milliseconds);
-        if (m_hook) m_hook();
-    }
-
-private:
-    std::function<void()> m_hook;
-};
 
 TEST(MeasuringPointProcesses, TheLastWriterWinsAndTheHistoryItDidNotReadAgainIsLost) {
     TNTestDir dir;
@@ -311,7 +299,7 @@ TEST(MeasuringPointProcesses, AReaderWaitsWhileAnotherProcessesSaveHoldsTheFileA
 
     // The reader's first try fails on the lock; while it sleeps, the save ends.
     bool released = false;
-    HookedClock clock([&] {
+    TNHookedClock clock([&] {
         if (released) return;
         released = true;
         writer.SignalChild();

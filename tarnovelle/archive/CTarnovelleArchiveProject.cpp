@@ -20,18 +20,6 @@ constexpr char kDefaultFolder[] = "TNArch01";
 constexpr uint32_t kDefaultRemainingMegaBytes = 100;
 constexpr uint32_t kRetrySleep = 500;
 
-std::vector<EV_XMLDOMNode> ChildrenOf(const EV_XMLDOMNode& node) {
-    std::vector<EV_XMLDOMNode> children;
-    node.GetChildren(children);
-    return children;
-}
-
-std::string NameOf(const EV_XMLDOMNode& node) {
-    std::string name;
-    node.GetName(name);
-    return name;
-}
-
 bool SameStatus(const STNFileStatus& a, const STNFileStatus& b) {
     return a.m_ctime == b.m_ctime && a.m_mtime == b.m_mtime && a.m_size == b.m_size;
 }
@@ -180,10 +168,10 @@ ETarnovelleErrors CTarnovelleArchive::UpdateArchiveFolders() {
     if (document.Open(m_strArchiveFileName) != S_OK) return TNE_FILE_NOT_PARSED;
     EV_XMLDOMNode top;
     document.GetRootNode(top);
-    const std::vector<EV_XMLDOMNode> children = ChildrenOf(top);
+    const std::vector<EV_XMLDOMNode> children = top.Children();
     for (auto it = children.rbegin(); it != children.rend(); ++it) {
         EV_XMLDOMNode root = *it;
-        if (NameOf(root) != kRootName) continue;
+        if (root.Name() != kRootName) continue;
         std::string version;
         root.GetAttribute("Version", version);
         root.GetAttribute("Name", m_strName);
@@ -222,8 +210,8 @@ ETarnovelleErrors CTarnovelleArchive::ReadArchives(CEV_XMLDOMNode& root) {
         m_arrArchiveFolders.assign(kept.size(), nullptr);
     }
     const size_t members = m_arrArchiveFolders.size();
-    for (EV_XMLDOMNode& element : ChildrenOf(root)) {
-        if (NameOf(element) != kFolderName) continue;
+    for (EV_XMLDOMNode& element : root.Children()) {
+        if (element.Name() != kFolderName) continue;
         auto folder = std::make_unique<CTarnovelleArchiveFolder>(this, element);
         if (!m_bRefreshing) {
             PlaceFolder(folder.release());

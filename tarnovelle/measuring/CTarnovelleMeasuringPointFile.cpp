@@ -58,19 +58,6 @@ void CloseQuietly(CTarnovelleFile& file) {
     }
 }
 
-// The children of `node` in document order.
-std::vector<EV_XMLDOMNode> ChildrenOf(const EV_XMLDOMNode& node) {
-    std::vector<EV_XMLDOMNode> children;
-    node.GetChildren(children);
-    return children;
-}
-
-std::string NameOf(const EV_XMLDOMNode& node) {
-    std::string name;
-    node.GetName(name);
-    return name;
-}
-
 // The attribute's text scanned as "%d"; false when it is missing, empty or
 // does not scan.
 bool ScanAttribute(const EV_XMLDOMNode& node, const char* attribute, int& value) {
@@ -153,10 +140,10 @@ ETarnovelleErrors CTarnovelleMeasuringPoint::ReadVersion1() {
     if (document.Open(FilePath) != S_OK) return TNE_FILE_NOT_OPENED;
     EV_XMLDOMNode root;
     if (document.GetRootNode(root) != S_OK) return TNE_FILE_NOT_OPENED;
-    const std::vector<EV_XMLDOMNode> children = ChildrenOf(root);
+    const std::vector<EV_XMLDOMNode> children = root.Children();
     for (auto it = children.rbegin(); it != children.rend(); ++it) {
         EV_XMLDOMNode node = *it;
-        if (NameOf(node) != kRootName) continue;
+        if (node.Name() != kRootName) continue;
         std::string version;
         node.GetAttribute("Version", version);
         if (version == "0") {
@@ -171,9 +158,9 @@ ETarnovelleErrors CTarnovelleMeasuringPoint::ReadVersion1() {
 }
 
 ETarnovelleErrors CTarnovelleMeasuringPoint::ReadTimes(CEV_XMLDOMNode& node) {
-    for (EV_XMLDOMNode& child : ChildrenOf(node)) {
+    for (EV_XMLDOMNode& child : node.Children()) {
         int seconds = 0;
-        if (NameOf(child) != "TimeStamp" || !ScanAttribute(child, "StartTime", seconds)) continue;
+        if (child.Name() != "TimeStamp" || !ScanAttribute(child, "StartTime", seconds)) continue;
         CTarnovelleParameterSet set = CTarnovelleParameterSet::CreateParameterSet();
         ReadParameter(child, set, SChannelID(0u));
         ReadChannel(child, set);
@@ -183,9 +170,9 @@ ETarnovelleErrors CTarnovelleMeasuringPoint::ReadTimes(CEV_XMLDOMNode& node) {
 }
 
 ETarnovelleErrors CTarnovelleMeasuringPoint::ReadChannel(CEV_XMLDOMNode& node, CTarnovelleParameterSet& set) {
-    for (EV_XMLDOMNode& child : ChildrenOf(node)) {
+    for (EV_XMLDOMNode& child : node.Children()) {
         int channel = 0;
-        if (NameOf(child) != "Channel" || !ScanAttribute(child, "ChannelID", channel)) continue;
+        if (child.Name() != "Channel" || !ScanAttribute(child, "ChannelID", channel)) continue;
         ReadParameter(child, set, SChannelID(static_cast<uint32_t>(channel)));
     }
     return TNE_OK;
@@ -193,14 +180,14 @@ ETarnovelleErrors CTarnovelleMeasuringPoint::ReadChannel(CEV_XMLDOMNode& node, C
 
 ETarnovelleErrors CTarnovelleMeasuringPoint::ReadParameter(CEV_XMLDOMNode& node, CTarnovelleParameterSet& set,
                                                            const SChannelID& channel) {
-    for (EV_XMLDOMNode& child : ChildrenOf(node)) {
+    for (EV_XMLDOMNode& child : node.Children()) {
         std::string parameter;
-        if (NameOf(child) != "Parameter" || child.GetAttribute("ParameterId", parameter) != S_OK ||
+        if (child.Name() != "Parameter" || child.GetAttribute("ParameterId", parameter) != S_OK ||
             parameter.empty())
             continue;
         // One child per value, named by its type tag; the last one counts.
-        for (EV_XMLDOMNode& value : ChildrenOf(child)) {
-            const std::string tag = NameOf(value);
+        for (EV_XMLDOMNode& value : child.Children()) {
+            const std::string tag = value.Name();
             std::string text;
             value.GetText(text);
             set.SetParameterInternal(channel, parameter, "<" + tag + ">" + text + "</" + tag + ">");

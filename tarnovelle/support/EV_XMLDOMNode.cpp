@@ -221,6 +221,18 @@ HRESULT EV_XMLDOMNode::GetChildren(std::vector<EV_XMLDOMNode>& children) const {
     return S_OK;
 }
 
+std::vector<EV_XMLDOMNode> EV_XMLDOMNode::Children() const {
+    std::vector<EV_XMLDOMNode> children;
+    GetChildren(children);
+    return children;
+}
+
+std::string EV_XMLDOMNode::Name() const {
+    std::string name;
+    GetName(name);
+    return name;
+}
+
 HRESULT EV_XMLDOMNode::GetAttributeCount(int32_t& count) const {
     if (!m_pNode || !tnxml::HasAttributes(m_pNode->node)) return E_FAIL;
     int32_t n = 0;

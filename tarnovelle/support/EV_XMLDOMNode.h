@@ -78,6 +78,10 @@ public:
     // (a GetChild per index would walk from the first child every time).
     // E_FAIL without a node.
     HRESULT GetChildren(std::vector<EV_XMLDOMNode>& children) const;
+    // The same as values, for readers that walk a document: empty without a
+    // node.
+    std::vector<EV_XMLDOMNode> Children() const;
+    std::string Name() const;
 
     HRESULT GetAttributeCount(int32_t& count) const;
     HRESULT GetAttributeName(int32_t index, std::string& name) const;

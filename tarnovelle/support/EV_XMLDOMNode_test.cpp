@@ -623,3 +623,17 @@ TEST(XmlChildren, AllChildrenComeInDocumentOrder) {
     EXPECT_TRUE(none.empty());
     EXPECT_EQ(EV_XMLDOMNode().GetChildren(none), E_FAIL);
 }
+
+TEST(XmlChildren, ChildrenAndNameAsValuesMatchTheirOutParameterForms) {
+    EV_XMLDOMDocument doc;
+    const std::string text = "<r><a/>text<b><c/></b><d/></r>";
+    ASSERT_EQ(doc.LoadInMemory(std::vector<uint8_t>(text.begin(), text.end())), S_OK);
+    EV_XMLDOMNode root;
+    ASSERT_EQ(doc.FindFirstNode("r", root), S_OK);
+    std::vector<std::string> names;
+    for (const EV_XMLDOMNode& child : root.Children()) names.push_back(child.Name());
+    EXPECT_EQ(names, (std::vector<std::string>{"a", "#text", "b", "d"}));
+    EXPECT_EQ(root.Name(), "r");
+    EXPECT_TRUE(EV_XMLDOMNode().Children().empty());
+    EXPECT_EQ(EV_XMLDOMNode().Name(), "");
+}
